@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace nocta {
+
+/// The platform's number of one display. Zero names no display.
+using DisplayID = std::uint32_t;
+
+/// Loads transfer tables into the displays and gives them back their own colour calibration.
+///
+/// Main thread only. Nothing here reports an error: a display that has gone, or that has no gamma table, is skipped,
+/// and a service that has lost its server does nothing. While tables are loaded, the service loads them again by itself
+/// into a display that appears or whose table the system has reset.
+class DisplayService {
+  public:
+    DisplayService() = default;
+    DisplayService(const DisplayService&) = delete;
+    DisplayService& operator=(const DisplayService&) = delete;
+    virtual ~DisplayService() = default;
+
+    /// Whether this service can change the colour of this session's displays.
+    [[nodiscard]] virtual bool isAvailable() const = 0;
+
+    /// Writes the ids of the active displays, in the platform's order, into `buffer` as far as it reaches, and returns
+    /// how many there are. An empty buffer only counts.
+    virtual std::size_t activeDisplays(std::span<DisplayID> buffer) = 0;
+
+    /// Hands `display` one table a channel, each of the same size (256 entries from the filter engine) from input black
+    /// to input white. Outputs are fractions of full intensity; what lies outside [0, 1], or is no number, is clamped
+    /// here and nowhere else. Called once a display and frame: it must not wait for the server.
+    virtual void load(DisplayID display, std::span<const float> red, std::span<const float> green,
+                      std::span<const float> blue) = 0;
+
+    /// Ends a frame: what was loaded since the last call is now sent, all of it in one go.
+    virtual void flush() = 0;
+
+    /// Gives every display that was ever loaded exactly the tables it had before. On return they are in force.
+    virtual void restoreCalibration() = 0;
+};
+
+} // namespace nocta

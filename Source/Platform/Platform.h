@@ -1,0 +1,31 @@
+#pragma once
+
+namespace nocta {
+
+class Application;
+class Calendar;
+class Clock;
+class DisplayService;
+class RunLoop;
+class SettingsStore;
+
+/// Who answers for the world in this process. `main`, or a test, installs one record before the first use of any shared
+/// instance; it and what it points to outlive them all. Nothing else in the program is global.
+struct Platform {
+    Application* application = nullptr;
+    RunLoop* runLoop = nullptr;
+    Clock* clock = nullptr;
+    Calendar* calendar = nullptr;
+    SettingsStore* settings = nullptr;
+    DisplayService* displays = nullptr;
+
+    static void install(const Platform& platform) { installed = platform; }
+    [[nodiscard]] static const Platform& current() { return installed; }
+
+  private:
+    static Platform installed;
+};
+
+inline Platform Platform::installed;
+
+} // namespace nocta

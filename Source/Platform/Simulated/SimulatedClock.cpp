@@ -1,0 +1,43 @@
+#include "Platform/Simulated/SimulatedClock.h"
+
+#include <chrono>
+#include <cmath>
+
+namespace nocta {
+
+namespace {
+
+// std::chrono's calendar ends at year 32767.
+constexpr Seconds reach = std::chrono::years(30000);
+
+} // namespace
+
+std::optional<DateComponents> SimulatedCalendar::components(Instant instant) const {
+    if (!(std::chrono::abs(instant.time_since_epoch()) < reach)) {
+        return std::nullopt;
+    }
+    const auto local = std::chrono::floor<std::chrono::seconds>(instant + offset);
+    const auto midnight = std::chrono::floor<std::chrono::days>(local);
+    const std::chrono::year_month_day date(midnight);
+    const std::chrono::hh_mm_ss time(local - midnight);
+    return DateComponents{.year = static_cast<int>(date.year()),
+                          .month = static_cast<unsigned>(date.month()),
+                          .day = static_cast<unsigned>(date.day()),
+                          .hour = time.hours().count(),
+                          .minute = time.minutes().count(),
+                          .second = time.seconds().count()};
+}
+
+std::optional<Instant> SimulatedCalendar::instant(const DateComponents& components) const {
+    if (isBroken) {
+        return std::nullopt;
+    }
+    // Months first, then everything below counts on from the first of that month.
+    const auto firstOfYear = std::chrono::year(static_cast<int>(components.year)) / std::chrono::January / 1;
+    const auto firstOfMonth = firstOfYear + std::chrono::months(components.month - 1);
+    const Seconds sinceFirst = std::chrono::days(components.day - 1) + std::chrono::hours(components.hour) +
+                               std::chrono::minutes(components.minute) + std::chrono::seconds(components.second);
+    return std::chrono::sys_days(firstOfMonth) + sinceFirst - offset;
+}
+
+} // namespace nocta

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Platform/Clock.h"
+#include "Platform/Simulated/SimulatedRunLoop.h"
+
+namespace nocta {
+
+/// A wall clock that follows the virtual time of a run loop, and jumps when it is told to.
+class SimulatedClock final : public Clock {
+  public:
+    /// `loop` outlives the clock, which shows `start` now.
+    SimulatedClock(const SimulatedRunLoop& loop, Instant start) : loop(loop), start(start) {}
+
+    [[nodiscard]] Instant now() const override { return start + Seconds(loop.elapsed()); }
+
+    /// Moves the clock's hands, as a suspended machine or a user who sets the clock does. No timer notices.
+    void jump(Seconds distance) { start += distance; }
+
+  private:
+    const SimulatedRunLoop& loop;
+    Instant start;
+};
+
+/// The proleptic Gregorian calendar in a zone of one fixed offset.
+class SimulatedCalendar final : public Calendar {
+  public:
+    /// Seconds east of UTC.
+    Seconds offset{0};
+    /// While true, no instant can be built.
+    bool isBroken = false;
+
+    [[nodiscard]] std::optional<DateComponents> components(Instant instant) const override;
+    [[nodiscard]] std::optional<Instant> instant(const DateComponents& components) const override;
+};
+
+} // namespace nocta

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Platform/DisplayService.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace nocta {
+
+/// Displays that only remember what they were given.
+class SimulatedDisplayService final : public DisplayService {
+  public:
+    struct Load {
+        DisplayID display = 0;
+        std::vector<float> red;
+        std::vector<float> green;
+        std::vector<float> blue;
+    };
+
+    /// The active displays; a test plugs them in and out here.
+    std::vector<DisplayID> displays{1};
+
+    /// Everything loaded so far, in order.
+    [[nodiscard]] const std::vector<Load>& loads() const { return recordedLoads; }
+    [[nodiscard]] int listCalls() const { return recordedListCalls; }
+    [[nodiscard]] int flushes() const { return recordedFlushes; }
+    [[nodiscard]] int restores() const { return recordedRestores; }
+
+    [[nodiscard]] bool isAvailable() const override { return true; }
+    std::size_t activeDisplays(std::span<DisplayID> buffer) override;
+    void load(DisplayID display, std::span<const float> red, std::span<const float> green,
+              std::span<const float> blue) override;
+    void flush() override { ++recordedFlushes; }
+    void restoreCalibration() override { ++recordedRestores; }
+
+  private:
+    std::vector<Load> recordedLoads;
+    int recordedListCalls = 0;
+    int recordedFlushes = 0;
+    int recordedRestores = 0;
+};
+
+} // namespace nocta

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Platform/Platform.h"
+#include "Platform/Simulated/InMemorySettingsStore.h"
+#include "Platform/Simulated/SimulatedApplication.h"
+#include "Platform/Simulated/SimulatedClock.h"
+#include "Platform/Simulated/SimulatedDisplayService.h"
+#include "Platform/Simulated/SimulatedRunLoop.h"
+
+namespace nocta {
+
+/// A whole world in memory, with a clock of its own: a year runs through it in no time.
+class SimulatedPlatform {
+  public:
+    /// Noon of 20 March 2026, UTC, unless told otherwise.
+    static constexpr Instant defaultStart{Seconds(1774008000)};
+
+    explicit SimulatedPlatform(Instant start = defaultStart) : clock(runLoop, start) {}
+
+    SimulatedApplication application;
+    SimulatedRunLoop runLoop;
+    SimulatedClock clock;
+    SimulatedCalendar calendar;
+    InMemorySettingsStore settings;
+    SimulatedDisplayService displays;
+
+    /// Makes this the process's platform. It outlives every shared instance.
+    void install() {
+        Platform::install({.application = &application,
+                           .runLoop = &runLoop,
+                           .clock = &clock,
+                           .calendar = &calendar,
+                           .settings = &settings,
+                           .displays = &displays});
+    }
+
+    /// Lets time pass and fires what falls due.
+    void advance(Seconds duration) { runLoop.advance(duration); }
+    /// Moves the wall clock only; fires nothing.
+    void jump(Seconds distance) { clock.jump(distance); }
+};
+
+} // namespace nocta

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Platform/RunLoop.h"
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <map>
+
+namespace nocta {
+
+/// A run loop on virtual time: nothing happens until `advance`, and then everything that is due, in order of its
+/// instant and, at one instant, of its scheduling.
+class SimulatedRunLoop final : public RunLoop {
+  public:
+    using Nanoseconds = std::chrono::nanoseconds;
+
+    /// Runs the tasks handed over, then lets time pass and fires what falls due on the way, the end included. What the
+    /// callbacks schedule takes part.
+    void advance(Seconds duration);
+
+    /// Virtual time passed since the start.
+    [[nodiscard]] Nanoseconds elapsed() const { return now; }
+
+    /// Timers that are still to fire.
+    [[nodiscard]] std::size_t timerCount() const { return timers.size(); }
+
+    std::unique_ptr<Timer> oneShot(Seconds delay, std::function<void()> callback) override;
+    std::unique_ptr<Timer> repeating(Seconds interval, TimerPrecision precision,
+                                     std::function<void()> callback) override;
+    void async(std::function<void()> task) override;
+    /// Descriptors belong to the real world: the watch never calls back.
+    std::unique_ptr<RunLoopSource> watch(int descriptor, std::function<void()> callback) override;
+
+  private:
+    class SimulatedTimer;
+    /// Due instant, then order of scheduling.
+    using Key = std::pair<Nanoseconds, std::uint64_t>;
+
+    void runTasks();
+    Key schedule(Nanoseconds due, SimulatedTimer& timer);
+
+    Nanoseconds now{0};
+    std::uint64_t scheduled = 0;
+    std::map<Key, SimulatedTimer*> timers;
+    std::deque<std::function<void()>> tasks;
+};
+
+} // namespace nocta
