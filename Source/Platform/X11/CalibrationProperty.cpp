@@ -1,0 +1,48 @@
+#include "Platform/X11/CalibrationProperty.h"
+
+#include <string_view>
+
+namespace nocta {
+
+CalibrationProperty::CalibrationProperty(const XConnection& server) : server(server) {
+    constexpr std::string_view name = "_NOCTA_CALIBRATION";
+    const XReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+        server.get(), xcb_intern_atom(server.get(), 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr));
+    if (reply) {
+        atom = reply->atom;
+    }
+}
+
+std::optional<CalibrationRecord> CalibrationProperty::read() const {
+    const XReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        server.get(),
+        xcb_get_property(server.get(), 0, server.root(), atom, atom, 0, CalibrationRecord::largestEncoding / 4),
+        nullptr));
+    if (!reply || reply->type != atom || reply->format != 8 || reply->bytes_after != 0) {
+        return std::nullopt;
+    }
+    const auto* value = static_cast<const std::byte*>(xcb_get_property_value(reply.get()));
+    return CalibrationRecord::decode({value, static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))});
+}
+
+void CalibrationProperty::write(std::span<const std::byte> encodedRecord) const {
+    // A request beyond the server's limit would end the connection.
+    const std::size_t units = 6 + (encodedRecord.size() + 3) / 4;
+    if (units <= xcb_get_maximum_request_length(server.get())) {
+        xcb_change_property(server.get(), XCB_PROP_MODE_REPLACE, server.root(), atom, atom, 8,
+                            static_cast<std::uint32_t>(encodedRecord.size()), encodedRecord.data());
+    }
+}
+
+void CalibrationProperty::remove() const {
+    xcb_delete_property(server.get(), server.root(), atom);
+}
+
+void putBack(const XConnection& server, const CalibrationRecord& record) {
+    // The server refuses a CRTC that is gone or has another size; such an error is of no interest.
+    for (const auto& display : record.displays) {
+        server.setCrtcGamma(display.crtc, display.values.data(), display.size());
+    }
+}
+
+} // namespace nocta

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Platform/X11/CalibrationRecord.h"
+#include "Platform/X11/XConnection.h"
+
+#include <optional>
+
+namespace nocta {
+
+/// The root window's property `_NOCTA_CALIBRATION`: there while a tint is on the screen, so that a Nocta that starts
+/// after every process of the last one was killed still finds the displays' own ramps.
+class CalibrationProperty {
+  public:
+    /// `server` outlives the property. Waits for the server once.
+    explicit CalibrationProperty(const XConnection& server);
+
+    /// Nothing where the property is absent or does not hold a record. Waits for the server.
+    [[nodiscard]] std::optional<CalibrationRecord> read() const;
+    /// Only queues the request. A record too large for the server is left out.
+    void write(std::span<const std::byte> encodedRecord) const;
+    /// Only queues the request.
+    void remove() const;
+
+  private:
+    const XConnection& server;
+    xcb_atom_t atom = XCB_ATOM_NONE;
+};
+
+/// Puts the ramps of `record` back, each where a CRTC of that number and size still is. Only queues the requests.
+void putBack(const XConnection& server, const CalibrationRecord& record);
+
+} // namespace nocta

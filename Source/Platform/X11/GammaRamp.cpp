@@ -1,0 +1,34 @@
+#include "Platform/X11/GammaRamp.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace nocta {
+
+namespace {
+
+std::uint16_t quantized(double level) {
+    constexpr double full = 65535.0;
+    // Written so that what is no number fails the comparison.
+    return level > 0.0 ? static_cast<std::uint16_t>(std::min(level, 1.0) * full + 0.5) : std::uint16_t{0};
+}
+
+} // namespace
+
+void fillRamp(std::span<const float> table, std::span<std::uint16_t> ramp) {
+    if (ramp.size() == table.size()) {
+        std::ranges::transform(table, ramp.begin(), quantized);
+        return;
+    }
+    const double steps = static_cast<double>(std::max<std::size_t>(ramp.size(), 2) - 1);
+    for (std::size_t i = 0; i < ramp.size(); ++i) {
+        const double position = static_cast<double>(i) * static_cast<double>(table.size() - 1) / steps;
+        const auto below = static_cast<std::size_t>(position);
+        const auto above = std::min(below + 1, table.size() - 1);
+        ramp[i] = quantized(std::lerp(static_cast<double>(table[below]), static_cast<double>(table[above]),
+                                      position - static_cast<double>(below)));
+    }
+}
+
+} // namespace nocta

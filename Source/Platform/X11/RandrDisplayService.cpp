@@ -1,0 +1,250 @@
+#include "Platform/X11/RandrDisplayService.h"
+
+#include "Platform/X11/GammaRamp.h"
+
+#include <algorithm>
+#include <random>
+#include <string_view>
+#include <utility>
+
+namespace nocta {
+
+namespace {
+
+std::uint64_t randomOwner() {
+    std::random_device random;
+    return std::uint64_t{random()} << 32U | random();
+}
+
+} // namespace
+
+RandrDisplayService::RandrDisplayService(RunLoop& loop, Options options)
+    : loop(loop), guard(loop, std::move(options.guardProgram)), onServerLost(std::move(options.onServerLost)) {
+    available = server.hasRandr() && !isXwayland();
+    if (!available) {
+        return;
+    }
+    owner = randomOwner();
+    property.emplace(server);
+    removeLeftTint();
+    xcb_randr_select_input(server.get(), server.root(),
+                           XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
+                               XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
+    eventWatch = loop.watch(server.descriptor(), [this] { handleEvents(); });
+    refresh();
+}
+
+std::size_t RandrDisplayService::activeDisplays(std::span<DisplayID> buffer) {
+    std::size_t count = 0;
+    for (const auto& crtc : crtcs) {
+        if (crtc.isActive) {
+            if (count < buffer.size()) {
+                buffer[count] = crtc.id;
+            }
+            ++count;
+        }
+    }
+    return count;
+}
+
+void RandrDisplayService::load(DisplayID display, std::span<const float> red, std::span<const float> green,
+                               std::span<const float> blue) {
+    const auto crtc = std::ranges::find(crtcs, display, &Crtc::id);
+    if (crtc == crtcs.end() || !crtc->isActive || crtc->size == 0 || red.empty()) {
+        return;
+    }
+    tables[0].assign(red.begin(), red.end());
+    tables[1].assign(green.begin(), green.end());
+    tables[2].assign(blue.begin(), blue.end());
+    if (!crtc->isTinted()) {
+        keepCalibration();
+    }
+    // What could not be put back is not tinted.
+    if (crtc->isTinted()) {
+        fill(*crtc);
+        server.setCrtcGamma(crtc->id, crtc->loaded.data(), crtc->size);
+    }
+}
+
+void RandrDisplayService::flush() {
+    server.flush();
+}
+
+void RandrDisplayService::restoreCalibration() {
+    tables = {};
+    if (std::ranges::none_of(crtcs, &Crtc::isTinted)) {
+        return;
+    }
+    for (auto& crtc : crtcs) {
+        if (crtc.isTinted()) {
+            server.setCrtcGamma(crtc.id, crtc.calibration.data(), crtc.size);
+            crtc.calibration.clear();
+            crtc.loaded.clear();
+        }
+    }
+    property->remove();
+    server.synchronize();
+    // Only now: until the server has carried it out, a death of this process is still the guard's business.
+    guard.publish(CalibrationRecord{.owner = owner, .displays = {}}.encode());
+}
+
+bool RandrDisplayService::isXwayland() const {
+    // Xwayland accepts gamma ramps without any effect. Newer ones say so by an extension, older ones by output names.
+    constexpr std::string_view extension = "XWAYLAND";
+    constexpr std::string_view outputPrefix = "XWAYLAND";
+    const XReply<xcb_query_extension_reply_t> query(xcb_query_extension_reply(
+        server.get(), xcb_query_extension(server.get(), static_cast<std::uint16_t>(extension.size()), extension.data()),
+        nullptr));
+    if (query && query->present != 0) {
+        return true;
+    }
+    const XReply<xcb_randr_get_screen_resources_current_reply_t> resources(xcb_randr_get_screen_resources_current_reply(
+        server.get(), xcb_randr_get_screen_resources_current(server.get(), server.root()), nullptr));
+    if (!resources || resources->num_outputs == 0) {
+        return false;
+    }
+    const auto first = xcb_randr_get_screen_resources_current_outputs(resources.get())[0];
+    const XReply<xcb_randr_get_output_info_reply_t> output(xcb_randr_get_output_info_reply(
+        server.get(), xcb_randr_get_output_info(server.get(), first, resources->config_timestamp), nullptr));
+    if (!output) {
+        return false;
+    }
+    const auto* name = reinterpret_cast<const char*>(xcb_randr_get_output_info_name(output.get())); // NOLINT
+    return std::string_view(name, output->name_len).starts_with(outputPrefix);
+}
+
+void RandrDisplayService::removeLeftTint() {
+    const ServerGrab grab(server);
+    if (const auto left = property->read()) {
+        putBack(server, *left);
+        property->remove();
+    }
+}
+
+void RandrDisplayService::refresh() {
+    const XReply<xcb_randr_get_screen_resources_current_reply_t> resources(xcb_randr_get_screen_resources_current_reply(
+        server.get(), xcb_randr_get_screen_resources_current(server.get(), server.root()), nullptr));
+    if (!resources) {
+        return;
+    }
+    const std::span ids(xcb_randr_get_screen_resources_current_crtcs(resources.get()), resources->num_crtcs);
+
+    struct Question {
+        xcb_randr_get_crtc_info_cookie_t info;
+        xcb_randr_get_crtc_gamma_size_cookie_t size;
+    };
+    std::vector<Question> questions;
+    for (const auto id : ids) {
+        questions.push_back({.info = xcb_randr_get_crtc_info(server.get(), id, resources->config_timestamp),
+                             .size = xcb_randr_get_crtc_gamma_size(server.get(), id)});
+    }
+    std::vector<Crtc> present;
+    for (std::size_t i = 0; i < questions.size(); ++i) {
+        const XReply<xcb_randr_get_crtc_info_reply_t> info(
+            xcb_randr_get_crtc_info_reply(server.get(), questions[i].info, nullptr));
+        const XReply<xcb_randr_get_crtc_gamma_size_reply_t> size(
+            xcb_randr_get_crtc_gamma_size_reply(server.get(), questions[i].size, nullptr));
+        if (!info) {
+            continue;
+        }
+        Crtc crtc;
+        const auto known = std::ranges::find(crtcs, ids[i], &Crtc::id);
+        if (known != crtcs.end()) {
+            crtc = std::move(*known);
+        }
+        const bool wasActive = std::exchange(crtc.isActive, info->mode != XCB_NONE && info->num_outputs > 0);
+        const std::size_t oldSize = std::exchange(crtc.size, size ? size->size : 0);
+        crtc.id = ids[i];
+        if (crtc.size != oldSize) {
+            crtc.calibration.clear();
+        }
+        if (!wasActive || crtc.size != oldSize) {
+            crtc.loaded.clear();
+        }
+        present.push_back(std::move(crtc));
+    }
+    crtcs = std::move(present);
+    reloadTables();
+}
+
+void RandrDisplayService::keepCalibration() {
+    std::vector<std::pair<Crtc*, xcb_randr_get_crtc_gamma_cookie_t>> questions;
+    for (auto& crtc : crtcs) {
+        if (crtc.isActive && crtc.size > 0 && !crtc.isTinted()) {
+            questions.emplace_back(&crtc, xcb_randr_get_crtc_gamma(server.get(), crtc.id));
+        }
+    }
+    bool isNew = false;
+    for (const auto& [crtc, question] : questions) {
+        const XReply<xcb_randr_get_crtc_gamma_reply_t> ramps(
+            xcb_randr_get_crtc_gamma_reply(server.get(), question, nullptr));
+        if (ramps && ramps->size == crtc->size) {
+            const auto* red = xcb_randr_get_crtc_gamma_red(ramps.get());
+            crtc->calibration.assign(red, red + 3 * crtc->size); // green and blue follow in the reply
+            isNew = true;
+        }
+    }
+    if (isNew) {
+        publishCalibration();
+    }
+    // Events that came in with the replies wait in the library, where the descriptor does not show them.
+    eventCheck = loop.oneShot(Seconds(0), [this] { handleEvents(); });
+}
+
+void RandrDisplayService::publishCalibration() {
+    CalibrationRecord record{.owner = owner, .displays = {}};
+    for (const auto& crtc : crtcs) {
+        if (crtc.isTinted()) {
+            record.displays.push_back({.crtc = crtc.id, .values = crtc.calibration});
+        }
+    }
+    auto encoded = record.encode();
+    property->write(encoded);
+    guard.publish(std::move(encoded));
+}
+
+void RandrDisplayService::reloadTables() {
+    if (tables[0].empty()) {
+        return;
+    }
+    keepCalibration();
+    for (auto& crtc : crtcs) {
+        if (crtc.isActive && crtc.isTinted()) {
+            if (crtc.loaded.empty()) {
+                fill(crtc);
+            }
+            server.setCrtcGamma(crtc.id, crtc.loaded.data(), crtc.size);
+        }
+    }
+    server.flush();
+}
+
+void RandrDisplayService::fill(Crtc& crtc) const {
+    crtc.loaded.resize(3 * crtc.size);
+    for (std::size_t channel = 0; channel < tables.size(); ++channel) {
+        fillRamp(tables[channel], std::span(crtc.loaded).subspan(channel * crtc.size, crtc.size));
+    }
+}
+
+void RandrDisplayService::handleEvents() {
+    // Asking the server may bring in more events, which then wait in the library.
+    while (takeEvents()) {
+        refresh();
+    }
+    if (server.isLost() && eventWatch) {
+        eventWatch.reset();
+        onServerLost();
+    }
+}
+
+bool RandrDisplayService::takeEvents() {
+    bool hasChanged = false;
+    while (const XReply<xcb_generic_event_t> event{xcb_poll_for_event(server.get())}) {
+        const int type = event->response_type & 0x7f;
+        hasChanged |= type == server.firstRandrEvent() + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
+                      type == server.firstRandrEvent() + XCB_RANDR_NOTIFY;
+    }
+    return hasChanged;
+}
+
+} // namespace nocta

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "Platform/DisplayService.h"
+#include "Platform/RunLoop.h"
+#include "Platform/X11/CalibrationProperty.h"
+#include "Platform/X11/GuardProcess.h"
+#include "Platform/X11/XConnection.h"
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace nocta {
+
+/// Gamma ramps of an X server's CRTCs, one CRTC a display.
+///
+/// Before a display is first tinted, its ramps are kept: by this object, by the guard process and in a property of the
+/// root window. So they can be put back exactly, whichever of these is the last to live.
+class RandrDisplayService final : public DisplayService {
+  public:
+    struct Options {
+        std::string guardProgram;           ///< path of nocta-guard
+        std::function<void()> onServerLost; ///< called once, from the run loop, when the X server has gone
+    };
+
+    /// Connects to the server that DISPLAY names. When an earlier Nocta died with its guard, what it left on the screen
+    /// is taken off here: no other Nocta may run on that server. `loop` outlives the service.
+    RandrDisplayService(RunLoop& loop, Options options);
+
+    [[nodiscard]] bool isAvailable() const override { return available; }
+    std::size_t activeDisplays(std::span<DisplayID> buffer) override;
+    void load(DisplayID display, std::span<const float> red, std::span<const float> green,
+              std::span<const float> blue) override;
+    void flush() override;
+    void restoreCalibration() override;
+
+  private:
+    struct Crtc {
+        xcb_randr_crtc_t id = XCB_NONE;
+        std::size_t size = 0; ///< entries a channel, 0 where it has no gamma ramp
+        bool isActive = false;
+        std::vector<std::uint16_t> calibration; ///< as before the first tint; empty while untouched
+        std::vector<std::uint16_t> loaded;      ///< last sent; empty where it must be filled anew
+
+        [[nodiscard]] bool isTinted() const { return !calibration.empty(); }
+    };
+
+    [[nodiscard]] bool isXwayland() const;
+    void removeLeftTint();
+    /// Asks the server which CRTCs there are and serves those that changed. Waits for the server.
+    void refresh();
+    /// Keeps the ramps of all active displays that are still untouched. Waits for the server if there are any.
+    void keepCalibration();
+    void publishCalibration();
+    void reloadTables();
+    void fill(Crtc& crtc) const;
+    void handleEvents();
+    /// Takes every event that has arrived; whether one of them tells of a change of displays.
+    bool takeEvents();
+
+    XConnection server;
+    RunLoop& loop;
+    GuardProcess guard;
+    std::function<void()> onServerLost;
+    std::optional<CalibrationProperty> property;
+    bool available = false;
+    std::uint64_t owner = 0;
+    std::vector<Crtc> crtcs;
+    /// Red, green and blue as last handed over for any display, for one that appears; empty when nothing is to be
+    /// loaded.
+    std::array<std::vector<float>, 3> tables;
+    std::unique_ptr<RunLoopSource> eventWatch;
+    std::unique_ptr<Timer> eventCheck;
+};
+
+} // namespace nocta

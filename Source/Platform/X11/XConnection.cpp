@@ -1,0 +1,62 @@
+#include "Platform/X11/XConnection.h"
+
+#include <cstdint>
+
+namespace nocta {
+
+namespace {
+
+xcb_window_t rootOfScreen(xcb_connection_t* connection, int number) {
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+    for (; number > 0 && screens.rem > 1; --number) {
+        xcb_screen_next(&screens);
+    }
+    return screens.rem > 0 ? screens.data->root : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
+}
+
+} // namespace
+
+XConnection::XConnection() : connection(nullptr, &xcb_disconnect) {
+    int screen = 0;
+    connection.reset(xcb_connect(nullptr, &screen));
+    if (isLost()) {
+        return;
+    }
+    rootWindow = rootOfScreen(get(), screen);
+    const auto* randr = xcb_get_extension_data(get(), &xcb_randr_id);
+    if (rootWindow == XCB_WINDOW_NONE || randr == nullptr || randr->present == 0) {
+        return;
+    }
+    const XReply<xcb_randr_query_version_reply_t> version(
+        xcb_randr_query_version_reply(get(), xcb_randr_query_version(get(), 1, 3), nullptr));
+    if (version && (version->major_version > 1 || version->minor_version >= 2)) {
+        randrEvents = randr->first_event;
+    }
+}
+
+std::optional<std::string> XConnection::serverName() {
+    char* host = nullptr;
+    int display = 0;
+    if (xcb_parse_display(nullptr, &host, &display, nullptr) == 0) {
+        return std::nullopt;
+    }
+    const XReply<char> ownedHost(host);
+    return "x11-" + std::string(host) + "-" + std::to_string(display);
+}
+
+void XConnection::synchronize() const {
+    // Any request with a reply does: the server carries out a client's requests in their order.
+    const XReply<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(get(), xcb_get_input_focus(get()), nullptr));
+}
+
+void XConnection::setCrtcGamma(xcb_randr_crtc_t crtc, const std::uint16_t* values, std::size_t size) const {
+    // A request beyond the server's limit would end the connection.
+    const std::size_t units = 3 + (6 * size + 3) / 4;
+    if (size == 0 || size > UINT16_MAX || units > xcb_get_maximum_request_length(get())) {
+        return;
+    }
+    xcb_randr_set_crtc_gamma(get(), crtc, static_cast<std::uint16_t>(size), values, values + size, values + 2 * size);
+}
+
+} // namespace nocta

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <xcb/randr.h>
+#include <xcb/xcb.h>
+
+namespace nocta {
+
+struct FreeWithC {
+    void operator()(void* memory) const { std::free(memory); } // NOLINT: xcb hands out malloc'ed memory
+};
+
+/// What xcb returns and the caller frees; null after an error.
+template <class Reply>
+using XReply = std::unique_ptr<Reply, FreeWithC>;
+
+/// A connection of our own to the X server that DISPLAY names, and its RandR extension.
+class XConnection {
+  public:
+    XConnection();
+
+    /// Names the server that DISPLAY names, whichever way it does; nothing where it names none.
+    [[nodiscard]] static std::optional<std::string> serverName();
+
+    /// Whether there is a server, and its RandR (1.2 at least) knows CRTCs. Otherwise only `isLost` may be asked.
+    [[nodiscard]] bool hasRandr() const { return randrEvents != 0; }
+    /// Whether the server was never there or has gone.
+    [[nodiscard]] bool isLost() const { return xcb_connection_has_error(get()) != 0; }
+
+    [[nodiscard]] xcb_connection_t* get() const { return connection.get(); }
+    [[nodiscard]] int descriptor() const { return xcb_get_file_descriptor(get()); }
+    [[nodiscard]] xcb_window_t root() const { return rootWindow; }
+    /// The number of RandR's first event.
+    [[nodiscard]] int firstRandrEvent() const { return randrEvents; }
+
+    void flush() const { xcb_flush(get()); }
+    /// Waits until the server has carried out everything sent so far.
+    void synchronize() const;
+    /// Sends a gamma ramp: `size` entries of red, then of green, then of blue.
+    void setCrtcGamma(xcb_randr_crtc_t crtc, const std::uint16_t* values, std::size_t size) const;
+
+  private:
+    std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection;
+    xcb_window_t rootWindow = XCB_WINDOW_NONE;
+    int randrEvents = 0;
+};
+
+/// Keeps every other client's requests waiting while it lives, so that several of ours are carried out as one.
+class ServerGrab {
+  public:
+    explicit ServerGrab(const XConnection& server) : server(server) { xcb_grab_server(server.get()); }
+    ServerGrab(const ServerGrab&) = delete;
+    ServerGrab& operator=(const ServerGrab&) = delete;
+    ~ServerGrab() {
+        xcb_ungrab_server(server.get());
+        server.flush();
+    }
+
+  private:
+    const XConnection& server;
+};
+
+} // namespace nocta
