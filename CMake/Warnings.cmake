@@ -2,7 +2,7 @@
 add_library(nocta_warnings INTERFACE)
 target_compile_options(nocta_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor
-  -Woverloaded-virtual -Wcast-align -Wcast-qual -Wunused -Wnull-dereference -Wdouble-promotion -Wformat=2
+  -Woverloaded-virtual -Wcast-align -Wcast-qual -Wunused -Wdouble-promotion -Wformat=2
   -Wimplicit-fallthrough -Wextra-semi
   $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local -Wduplicated-cond -Wlogical-op -Wuseless-cast -Wduplicated-branches>
   $<$<CXX_COMPILER_ID:Clang>:-Wshadow>

@@ -20,7 +20,8 @@ class RunLoopSource {
 using Timer = RunLoopSource;
 
 enum class TimerPrecision {
-    coarse, ///< within a twentieth of the interval or half a second, whichever is less, so that wake-ups fall together
+    coarse, ///< early or late by a tenth of the interval at most, never by over a second, so that wake-ups fall
+            ///< together
     frame,  ///< as near to its instant as the system can; only while something moves on the screen
 };
 
