@@ -1,0 +1,86 @@
+#include "Platform/DBus/BusApplicationHost.h"
+
+#include "QtLoop.h"
+#include "Support/SessionBus.h"
+#include "Support/TemporaryFolder.h"
+
+#include <cstdlib>
+#include <future>
+
+#include <gtest/gtest.h>
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+
+namespace nocta {
+namespace {
+
+const QString name = QStringLiteral("org.nocta.Nocta");
+
+QDBusMessage call(const QString& member, const QVariantList& arguments) {
+    auto message = QDBusMessage::createMethodCall(name, QStringLiteral("/org/nocta/Nocta"),
+                                                  QStringLiteral("org.freedesktop.Application"), member);
+    message.setArguments(arguments);
+    return message;
+}
+
+class BusApplicationHostTest : public testing::Test {
+  protected:
+    /// Asks as another program would, while the host's loop runs.
+    QDBusMessage ask(const QDBusMessage& message) {
+        const auto pending = other().asyncCall(message);
+        EXPECT_TRUE(loop.runUntil([&] { return pending.isFinished(); }));
+        return pending.reply();
+    }
+
+    static QDBusConnection other() {
+        return QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("other"));
+    }
+
+    test::SessionBus bus;
+    test::QtLoop loop;
+};
+
+TEST_F(BusApplicationHostTest, OwnsTheNameAndAnswersActivate) {
+    BusApplicationHost host;
+    int activations = 0;
+    EXPECT_EQ(host.claim([&] { ++activations; }), ApplicationHost::Claim::primary);
+    EXPECT_TRUE(other().interface()->isServiceRegistered(name));
+    EXPECT_EQ(ask(call(QStringLiteral("Activate"), {QVariantMap()})).type(), QDBusMessage::ReplyMessage);
+    EXPECT_EQ(activations, 1);
+}
+
+TEST_F(BusApplicationHostTest, AnswersWrongCallsWithAnError) {
+    BusApplicationHost host;
+    int activations = 0;
+    ASSERT_EQ(host.claim([&] { ++activations; }), ApplicationHost::Claim::primary);
+    EXPECT_EQ(ask(call(QStringLiteral("Activate"), {})).type(), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(ask(call(QStringLiteral("Activate"), {QStringLiteral("text")})).type(), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(ask(call(QStringLiteral("Deactivate"), {QVariantMap()})).type(), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(activations, 0);
+}
+
+TEST_F(BusApplicationHostTest, GivesTheNameBack) {
+    {
+        BusApplicationHost host;
+        ASSERT_EQ(host.claim([] {}), ApplicationHost::Claim::primary);
+    }
+    EXPECT_FALSE(other().interface()->isServiceRegistered(name));
+}
+
+TEST_F(BusApplicationHostTest, IsUnavailableWithoutABus) {
+    for (const char* address : {"", "unix:path=/nonexistent/bus", "nonsense"}) {
+        setenv("DBUS_SESSION_BUS_ADDRESS", address, 1);
+        BusApplicationHost host;
+        EXPECT_EQ(host.claim([] {}), ApplicationHost::Claim::unavailable) << address;
+    }
+    unsetenv("DBUS_SESSION_BUS_ADDRESS");
+    unsetenv("XDG_RUNTIME_DIR");
+    BusApplicationHost host;
+    EXPECT_EQ(host.claim([] {}), ApplicationHost::Claim::unavailable);
+}
+
+} // namespace
+} // namespace nocta

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <chrono>
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QEventLoop>
+
+namespace nocta::test {
+
+/// A Qt application whose loop runs until something holds.
+class QtLoop {
+  public:
+    /// False when `condition` does not hold within `patience`, which is far beyond what it should take.
+    template <class Condition>
+    bool runUntil(Condition condition, std::chrono::milliseconds patience = std::chrono::seconds(10)) {
+        const QDeadlineTimer deadline(patience);
+        while (!condition()) {
+            if (deadline.hasExpired()) {
+                return false;
+            }
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        }
+        return true;
+    }
+
+    void runFor(std::chrono::milliseconds duration) {
+        runUntil([] { return false; }, duration);
+    }
+
+  private:
+    int argumentCount = 1;
+    char name[5] = "test";
+    char* arguments[2] = {name, nullptr};
+    QCoreApplication application{argumentCount, arguments};
+};
+
+} // namespace nocta::test
