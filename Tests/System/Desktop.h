@@ -1,0 +1,101 @@
+#pragma once
+
+#include "Support/DrivenDisplays.h"
+#include "Support/Eventually.h"
+#include "Support/Process.h"
+#include "Support/SessionBus.h"
+#include "Support/TemporaryFolder.h"
+#include "Support/XServer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace nocta::test {
+
+/// What every display shows at these factors: straight ramps, scaled and rounded to 16 bits. Written anew here, from
+/// what the tables mean, so that it can disagree with the program.
+inline Ramps straightRamps(double r, double g, double b, double brightness) {
+    Ramps values;
+    for (const double factor : {r, g, b}) {
+        for (int i = 0; i < 256; ++i) {
+            const auto level = static_cast<float>(double{static_cast<float>(i) / 255.0F} * factor * brightness);
+            values.push_back(static_cast<std::uint16_t>(std::lround(double{level} * 65535.0)));
+        }
+    }
+    return values;
+}
+
+/// The ramps of a colour temperature below 6600 K, where red is full.
+inline Ramps warmRamps(double kelvin, double brightness) {
+    const double t = kelvin / 100;
+    const double green = (99.4708025861 * std::log(t) - 161.1195681661) / 255;
+    const double blue = t <= 19 ? 0.0 : (138.5177312231 * std::log(t - 10) - 305.0447927307) / 255;
+    return straightRamps(1.0, green, blue, brightness);
+}
+
+/// A person's session: an X server with three monitors of peculiar calibration, a bus, a home; and Nocta in it.
+class Desktop : public testing::Test {
+  protected:
+    Desktop() {
+        std::filesystem::create_directory(runtimeFolder());
+        displays.plug(3);
+        calibration = displays.allRamps();
+    }
+
+    [[nodiscard]] std::filesystem::path settingsFile() const { return home.path() / "config/nocta/nocta.conf"; }
+    [[nodiscard]] std::filesystem::path runtimeFolder() const { return home.path() / "runtime"; }
+
+    [[nodiscard]] Process::Environment environment() const {
+        return {
+            {"HOME", home.path()}, {"XDG_CONFIG_HOME", home.path() / "config"}, {"XDG_RUNTIME_DIR", runtimeFolder()}};
+    }
+
+    void writeSettings(const std::string& content) const {
+        std::filesystem::create_directories(settingsFile().parent_path());
+        std::ofstream(settingsFile(), std::ios::binary) << content;
+    }
+
+    [[nodiscard]] std::string settings() const {
+        std::ifstream file(settingsFile(), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    [[nodiscard]] std::unique_ptr<Process> start(const std::string& program) const {
+        return std::make_unique<Process>(std::vector<std::string>{programFolder() / program}, environment());
+    }
+    [[nodiscard]] std::unique_ptr<Process> startNocta() const { return start("nocta"); }
+    /// The same program, which carries out commands from its standard input.
+    [[nodiscard]] std::unique_ptr<Process> startDrivenNocta() const { return start("driven-nocta"); }
+
+    [[nodiscard]] bool everyDisplayShows(const Ramps& ramps) const {
+        const auto all = displays.allRamps();
+        return std::ranges::all_of(all, [&](const auto& entry) { return entry.second == ramps; });
+    }
+
+    [[nodiscard]] bool everyDisplayBecomes(const Ramps& ramps) const {
+        return eventually([&] { return everyDisplayShows(ramps); });
+    }
+
+    [[nodiscard]] bool isCalibrated() const { return displays.allRamps() == calibration; }
+    [[nodiscard]] bool becomesCalibrated() const {
+        return eventually([this] { return isCalibrated(); });
+    }
+
+    XServer xServer;
+    SessionBus bus;
+    TemporaryFolder home;
+    DrivenDisplays displays;
+    std::map<xcb_randr_crtc_t, Ramps> calibration;
+};
+
+inline constexpr Ending cleanExit{.exitStatus = 0};
+inline constexpr Ending failedStart{.exitStatus = 1};
+
+} // namespace nocta::test

@@ -1,0 +1,148 @@
+// The whole program, with a person's hand in its standard input: one command a line.
+
+#include "App/AppDelegate.h"
+#include "App/Program.h"
+#include "Core/AppState.h"
+#include "Core/FatalError.h"
+#include "Core/FilterEngine.h"
+#include "Platform/Application.h"
+#include "Platform/Platform.h"
+#include "Platform/RunLoop.h"
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include <unistd.h>
+
+namespace {
+
+using namespace nocta; // NOLINT(google-build-using-namespace)
+
+class Hand final : public ApplicationDelegate {
+  public:
+    void applicationDidFinishLaunching() override {
+        program.applicationDidFinishLaunching();
+        commandWatch = Platform::current().runLoop->watch(STDIN_FILENO, [this] { readCommands(); });
+    }
+
+    void applicationWillTerminate() override { program.applicationWillTerminate(); }
+
+  private:
+    void readCommands() {
+        std::array<char, 4096> buffer{};
+        const auto count = read(STDIN_FILENO, buffer.data(), buffer.size());
+        if (count <= 0) {
+            commandWatch.reset();
+            return;
+        }
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+        for (auto end = text.find('\n'); end != std::string::npos; end = text.find('\n')) {
+            carryOut(text.substr(0, end));
+            text.erase(0, end + 1);
+        }
+    }
+
+    void carryOut(const std::string& line) {
+        std::istringstream words(line);
+        std::string command;
+        words >> command;
+        auto& state = AppState::shared();
+        const std::map<std::string, std::function<void()>> commands{
+            {"preset",
+             [&] {
+                 std::string id;
+                 words >> id;
+                 choose(*builtInPreset(id));
+             }},
+            {"apply",
+             [&] {
+                 std::int64_t temp = 0;
+                 double brightness = 0;
+                 double seconds = 0;
+                 words >> temp >> brightness >> seconds;
+                 FilterEngine::shared().apply(temp, brightness, seconds);
+             }},
+            {"filter",
+             [&] {
+                 std::string word;
+                 words >> word;
+                 state.filterEnabled = word == "on";
+             }},
+            {"profiles",
+             [&] {
+                 int count = 0;
+                 words >> count;
+                 ProfileMap profiles;
+                 for (int i = 0; i < count; ++i) {
+                     profiles["org.example.Application" + std::to_string(i)] = "focus";
+                 }
+                 state.appProfiles = profiles;
+             }},
+            {"reset", [] { FilterEngine::shared().resetAllDisplays(); }},
+            {"quit", [] { Platform::current().application->terminate(); }},
+            {"abort", [] { std::abort(); }},
+            {"crash", [] { raise(SIGSEGV); }},
+            {"fatal", [] { fatalError("asked for"); }},
+            {"overflow", [] { FilterEngine::shared().apply(2000, 0.5, 1e300); }},
+            {"restless",
+             [&] {
+                 words >> random;
+                 restlessness = Platform::current().runLoop->repeating(Seconds(0.003), TimerPrecision::frame,
+                                                                       [this] { fidget(); });
+             }},
+        };
+        commands.at(command)();
+    }
+
+    static void choose(const Preset& preset) {
+        AppState::shared().activePresetID = preset.id;
+        FilterEngine::shared().apply(preset.colorTemp, preset.brightness, preset.transitionSecs);
+    }
+
+    /// One thing that a person may do: fades, sliders, switches.
+    void fidget() {
+        auto& state = AppState::shared();
+        const auto below = [this](std::size_t bound) { return random() % bound; };
+        switch (below(6)) {
+        case 0:
+            choose(Preset::builtIn[below(Preset::builtIn.size())]);
+            break;
+        case 1:
+            state.filterEnabled = below(4) != 0;
+            break;
+        case 2:
+            state.customTemp = 1900 + static_cast<std::int64_t>(below(4600));
+            state.activePresetID = "custom";
+            FilterEngine::shared().applyInteractive(state.effectiveTemp(), state.effectiveBrightness());
+            break;
+        case 3:
+            state.breakIntervalMinutes = static_cast<std::int64_t>(below(60));
+            break;
+        case 4:
+            state.appProfiles = ProfileMap{{"org.example.Application" + std::to_string(below(1000)), "sleep"}};
+            break;
+        default:
+            break; // a moment's rest: fades go on
+        }
+    }
+
+    AppDelegate program;
+    std::unique_ptr<RunLoopSource> commandWatch;
+    std::unique_ptr<Timer> restlessness;
+    std::minstd_rand random;
+    std::string text;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Hand hand;
+    return runProgram(argc, argv, hand);
+}
