@@ -28,7 +28,7 @@ struct CalibrationRecord {
     bool operator==(const CalibrationRecord&) const = default;
 
     /// More than any real machine needs (64 CRTCs of 4096 entries take 1.5 MiB); what claims more is no record.
-    static constexpr std::size_t largestEncoding = 8U * 1024 * 1024;
+    static constexpr std::size_t largestEncoding = 8UL * 1024 * 1024;
     static constexpr std::size_t headerSize = 32;
 
     [[nodiscard]] std::vector<std::byte> encode() const;

@@ -58,7 +58,7 @@ class RecordStream {
 
 /// Reads what is there; false at the channel's end.
 bool receive(RecordStream& stream) {
-    std::array<std::byte, 16 * 1024> buffer{};
+    std::array<std::byte, 16384> buffer{};
     const auto count = read(STDIN_FILENO, buffer.data(), buffer.size());
     if (count > 0) {
         stream.append(std::span(buffer).first(static_cast<std::size_t>(count)));

@@ -19,12 +19,14 @@ std::uint64_t randomOwner() {
 } // namespace
 
 RandrDisplayService::RandrDisplayService(RunLoop& loop, Options options)
-    : loop(loop), guard(loop, std::move(options.guardProgram)), onServerLost(std::move(options.onServerLost)) {
-    available = server.hasRandr() && !isXwayland();
+    : loop(loop),
+      guard(loop, std::move(options.guardProgram)),
+      onServerLost(std::move(options.onServerLost)),
+      available(server.hasRandr() && !isXwayland()),
+      owner(randomOwner()) {
     if (!available) {
         return;
     }
-    owner = randomOwner();
     property.emplace(server);
     removeLeftTint();
     xcb_randr_select_input(server.get(), server.root(),

@@ -66,9 +66,9 @@ class RandrDisplayService final : public DisplayService {
     RunLoop& loop;
     GuardProcess guard;
     std::function<void()> onServerLost;
+    bool available;
+    std::uint64_t owner;
     std::optional<CalibrationProperty> property;
-    bool available = false;
-    std::uint64_t owner = 0;
     std::vector<Crtc> crtcs;
     /// Red, green and blue as last handed over for any display, for one that appears; empty when nothing is to be
     /// loaded.
