@@ -2,8 +2,10 @@
 
 #include "QtLoop.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
+#include <cmath>
 #include <limits>
 #include <thread>
 #include <vector>
@@ -23,21 +25,25 @@ class QtRunLoopTest : public testing::Test {
     QtRunLoop runLoop;
 };
 
-TEST_F(QtRunLoopTest, FramesKeepTheirPaceOverAFadeWhateverTheirWorkTakes) {
-    constexpr int frames = 90;
+TEST_F(QtRunLoopTest, FramesKeepToTheGridOfTheirIntervalOverAFadeWhateverTheirWorkTakes) {
+    constexpr double framesPerSecond = 30;
     const auto start = MonotonicClock::now();
-    std::vector<Seconds> instants;
-    const auto timer = runLoop.repeating(Seconds(1.0 / 30), TimerPrecision::frame, [&] {
-        instants.push_back(MonotonicClock::now() - start);
+    std::vector<double> instants; // in frames since the start
+    const auto timer = runLoop.repeating(Seconds(1 / framesPerSecond), TimerPrecision::frame, [&] {
+        instants.push_back(Seconds(MonotonicClock::now() - start).count() * framesPerSecond);
         std::this_thread::sleep_for(milliseconds(5));
     });
-    ASSERT_TRUE(loop.runUntil([&] { return instants.size() == frames; }, std::chrono::seconds(60)));
-    for (std::size_t i = 0; i < frames; ++i) {
-        EXPECT_GE(instants[i].count(), static_cast<double>(i + 1) / 30) << "frame " << i << " came early";
+    ASSERT_TRUE(loop.runUntil([&] { return !instants.empty() && instants.back() >= 90; }, std::chrono::seconds(60)));
+    std::vector<double> latenesses;
+    for (std::size_t i = 0; i < instants.size(); ++i) {
+        EXPECT_GE(instants[i], static_cast<double>(i + 1)) << "early: the timer gains on the clock";
+        latenesses.push_back(instants[i] - std::floor(instants[i]));
     }
-    // A timer that waits its interval anew after every frame would be 90 x 5 ms late here, one of whole milliseconds
-    // 30 ms early. The bound leaves room for a machine that is busy at this moment.
-    EXPECT_LT(instants.back().count(), 3.0 + 0.3);
+    // A timer that waits its interval anew after every frame would be late by anything from none to a whole frame. The
+    // median, since a busy machine delays some, and skips others.
+    std::nth_element(latenesses.begin(), latenesses.begin() + static_cast<std::ptrdiff_t>(latenesses.size() / 2),
+                     latenesses.end());
+    EXPECT_LT(latenesses[latenesses.size() / 2], 0.3);
 }
 
 TEST_F(QtRunLoopTest, FiringsMissedWhileTheLoopWasBusyAreSkipped) {
