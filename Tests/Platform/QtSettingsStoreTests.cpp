@@ -172,6 +172,8 @@ struct Conversion {
     std::int64_t integer;
     double real;
     bool boolean;
+
+    friend std::ostream& operator<<(std::ostream& stream, const Conversion& each) { return stream << each.written; }
 };
 
 class QtSettingsStoreConversions : public QtSettingsStoreTest, public testing::WithParamInterface<Conversion> {};

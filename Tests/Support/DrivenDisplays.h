@@ -29,7 +29,7 @@ class DrivenDisplays {
 
     /// Gives `count` outputs (the first is always there) a mode and a CRTC each, and every CRTC, active or not, ramps
     /// of its own that no program would compute. Returns the active ones.
-    std::vector<xcb_randr_crtc_t> plug(std::size_t count) const;
+    std::vector<xcb_randr_crtc_t> plug(std::size_t count) const; // NOLINT(modernize-use-nodiscard): it acts
     /// Switches the output of that number (from 0) on, in the mode of that number, or off.
     void setMode(std::size_t output, std::optional<std::size_t> mode) const;
 

@@ -23,14 +23,14 @@ std::vector<std::string> changedEnvironment(const Process::Environment& changes)
     std::vector<std::string> variables;
     for (char** variable = environ; *variable != nullptr; ++variable) {
         const std::string entry = *variable;
-        const auto isChanged = [&](const auto& change) { return entry.starts_with(change.first + "="); };
-        if (std::none_of(changes.begin(), changes.end(), isChanged)) {
+        const std::string name = entry.substr(0, entry.find('='));
+        if (std::ranges::find(changes, name, &Process::Environment::value_type::first) == changes.end()) {
             variables.push_back(entry);
         }
     }
     for (const auto& [name, value] : changes) {
         if (!value.empty()) {
-            variables.push_back(name + "=" + value);
+            variables.emplace_back(name + "=" + value);
         }
     }
     return variables;
@@ -38,6 +38,7 @@ std::vector<std::string> changedEnvironment(const Process::Environment& changes)
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
+    result.reserve(texts.size() + 1);
     for (auto& text : texts) {
         result.push_back(text.data());
     }

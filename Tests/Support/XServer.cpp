@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <random>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -56,6 +57,20 @@ std::string serverProgram() {
     return std::filesystem::exists(direct) ? direct : "Xorg";
 }
 
+/// An authority file of one random cookie, for every address and every display number.
+std::string authority() {
+    std::random_device random;
+    std::string cookie;
+    for (int i = 0; i < 16; ++i) {
+        cookie += static_cast<char>(random());
+    }
+    const auto counted = [](const std::string& text) {
+        return std::string{'\0', static_cast<char>(text.size())} + text;
+    };
+    const std::string everyAddress = "\xff\xff";
+    return everyAddress + counted("") + counted("") + counted("MIT-MAGIC-COOKIE-1") + counted(cookie);
+}
+
 } // namespace
 
 XServer::XServer() {
@@ -63,6 +78,10 @@ XServer::XServer() {
     std::ofstream(configurationFile) << configuration;
     const auto emptyFolder = folder.path() / "conf.d";
     std::filesystem::create_directory(emptyFolder);
+    // Keeps out what still runs for a server that had this one's number before.
+    const auto authorityFile = folder.path() / "authority";
+    std::ofstream(authorityFile, std::ios::binary) << authority();
+    setenv("XAUTHORITY", authorityFile.c_str(), 1);
     std::array<int, 2> ready{-1, -1};
     if (pipe(ready.data()) != 0) {
         throw std::runtime_error("no pipe");
@@ -71,8 +90,8 @@ XServer::XServer() {
     // The server writes the number of the display that it found free.
     server = std::make_unique<Process>(std::vector<std::string>{
         serverProgram(), "-displayfd", std::to_string(ready[1]), "-config", configurationFile.string(), "-configdir",
-        emptyFolder.string(), "-logfile", (folder.path() / "log").string(), "-noreset", "-novtswitch", "-sharevts",
-        "-nolisten", "tcp"});
+        emptyFolder.string(), "-auth", authorityFile.string(), "-logfile", (folder.path() / "log").string(), "-noreset",
+        "-novtswitch", "-sharevts", "-nolisten", "tcp"});
     close(ready[1]);
     std::string number;
     for (char c = 0; read(ready[0], &c, 1) == 1 && c != '\n';) {
@@ -88,6 +107,7 @@ XServer::XServer() {
 
 XServer::~XServer() {
     unsetenv("DISPLAY");
+    unsetenv("XAUTHORITY");
     // Asked first, so that it takes its socket and lock file along.
     server->signal(SIGTERM);
     server->waitForEnd();

@@ -32,6 +32,8 @@ struct Crash {
     const char* name;
     const char* command;
     const char* message;
+
+    friend std::ostream& operator<<(std::ostream& stream, const Crash& each) { return stream << each.name; }
 };
 
 class DesktopThatCrashes : public CrashingDesktop, public testing::WithParamInterface<Crash> {};

@@ -177,6 +177,8 @@ struct DamagedSettings {
     const char* name;
     std::string content;
     Ramps shown;
+
+    friend std::ostream& operator<<(std::ostream& stream, const DamagedSettings& each) { return stream << each.name; }
 };
 
 class DesktopWithDamagedSettings : public Desktop, public testing::WithParamInterface<DamagedSettings> {};
