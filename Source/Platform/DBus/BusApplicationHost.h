@@ -11,6 +11,8 @@ namespace nocta {
 class BusApplicationHost final : public ApplicationHost {
   public:
     BusApplicationHost();
+    BusApplicationHost(const BusApplicationHost&) = delete;
+    BusApplicationHost& operator=(const BusApplicationHost&) = delete;
     ~BusApplicationHost() override;
 
     Claim claim(std::function<void()> onActivate) override;
