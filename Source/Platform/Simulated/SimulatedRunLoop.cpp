@@ -2,7 +2,6 @@
 
 #include "Platform/TimerInterval.h"
 
-#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -13,7 +12,7 @@ class SimulatedRunLoop::SimulatedTimer final : public Timer {
   public:
     SimulatedTimer(SimulatedRunLoop& loop, Seconds interval, bool repeats, std::function<void()> callback)
         : loop(loop),
-          interval(repeats ? std::max(interval, shortestRepeat) : interval),
+          interval(repeats && !(interval > shortestRepeat) ? shortestRepeat : interval),
           repeats(repeats),
           start(loop.now),
           callback(std::make_shared<std::function<void()>>(std::move(callback))) {
@@ -45,10 +44,10 @@ class SimulatedRunLoop::SimulatedTimer final : public Timer {
 
     void scheduleNext() {
         ++count;
-        if (timerInterval(interval)) {
-            const Seconds length = std::max(interval, Seconds::zero());
-            key = loop.schedule(start + (length > Seconds::zero() ? timerOffset(length, count) : Nanoseconds::zero()),
-                                *this);
+        if (const auto length = timerInterval(interval)) {
+            // Odd intervals have the length zero, which is not what a multiple of them gives.
+            const auto offset = *length == Nanoseconds::zero() ? *length : timerOffset(interval, count);
+            key = loop.schedule(start + offset, *this);
         }
     }
 
