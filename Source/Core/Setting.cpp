@@ -32,7 +32,8 @@ std::optional<Instant> read(const SettingsStore& store, std::string_view key, st
 
 std::optional<ProfileMap> read(const SettingsStore& store, std::string_view key, std::type_identity<ProfileMap>) {
     const auto bytes = store.data(key);
-    if (!bytes) {
+    // The parser would take a zero byte for the end and what is before it for the whole.
+    if (!bytes || bytes->find('\0') != std::string::npos) {
         return std::nullopt;
     }
     constexpr bool throwing = false;
