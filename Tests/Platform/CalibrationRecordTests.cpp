@@ -12,7 +12,8 @@ namespace {
 using Bytes = std::vector<std::byte>;
 
 CalibrationRecord arbitraryRecord() {
-    CalibrationRecord record{.owner = *rc::gen::arbitrary<std::uint64_t>(), .displays = {}};
+    CalibrationRecord record{
+        .owner = *rc::gen::arbitrary<std::uint64_t>(), .client = *rc::gen::arbitrary<std::uint32_t>(), .displays = {}};
     const int count = *rc::gen::inRange(0, 5);
     for (int i = 0; i < count; ++i) {
         const auto size = *rc::gen::inRange<std::size_t>(1, 40);
@@ -24,7 +25,9 @@ CalibrationRecord arbitraryRecord() {
 }
 
 CalibrationRecord twoDisplays() {
-    return {.owner = 42, .displays = {{.crtc = 63, .values = {1, 2, 3, 4, 5, 6}}, {.crtc = 64, .values = {7, 8, 9}}}};
+    return {.owner = 42,
+            .client = 0x600001,
+            .displays = {{.crtc = 63, .values = {1, 2, 3, 4, 5, 6}}, {.crtc = 64, .values = {7, 8, 9}}}};
 }
 
 RC_GTEST_PROP(CalibrationRecord, ComesBackAsItWasEncoded, ()) {
@@ -73,11 +76,13 @@ TEST(CalibrationRecord, TheForgeryHelperForgesAValidRecord) {
 }
 
 TEST(CalibrationRecord, CountsAndSizesBeyondItsBytesAreNoticedBehindARightChecksum) {
-    constexpr std::size_t countOffset = 24;
-    constexpr std::size_t firstSizeOffset = 36;
+    constexpr std::size_t countOffset = 32;
+    constexpr std::size_t firstSizeOffset = 44;
+    constexpr std::size_t clientOffset = 24;
     EXPECT_FALSE(CalibrationRecord::decode(forged(countOffset, 1, 8))) << "bytes left over";
     EXPECT_FALSE(CalibrationRecord::decode(forged(countOffset, 3, 8)));
     EXPECT_FALSE(CalibrationRecord::decode(forged(countOffset, UINT64_MAX, 8)));
+    EXPECT_FALSE(CalibrationRecord::decode(forged(clientOffset, std::uint64_t{1} << 32, 8)));
     EXPECT_FALSE(CalibrationRecord::decode(forged(firstSizeOffset, 0, 4)));
     EXPECT_FALSE(CalibrationRecord::decode(forged(firstSizeOffset, 3, 4)));
     EXPECT_FALSE(CalibrationRecord::decode(forged(firstSizeOffset, UINT32_MAX, 4)));

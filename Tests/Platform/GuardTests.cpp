@@ -1,4 +1,5 @@
 #include "Platform/X11/CalibrationRecord.h"
+#include "Platform/X11/ClientMark.h"
 #include "Support/DrivenDisplays.h"
 #include "Support/Eventually.h"
 #include "Support/Process.h"
@@ -132,6 +133,35 @@ TEST_F(Guard, TrustsItsOwnRecordOverAMalformedProperty) {
     displays.setProperty(std::vector<std::byte>(5000, std::byte{0x55}));
     displays.setRamps(crtc, tint);
     endOfNocta();
+    EXPECT_EQ(displays.ramps(crtc), calibration);
+}
+
+TEST_F(Guard, EndsWhatTheServerStillHasOfNocta) {
+    // A process has died, and the server has not noticed: what it sent last may still be before it.
+    constexpr std::uint64_t owner = 0x0123456789abcdef;
+    const XConnection nocta;
+    auto marked = record(owner, calibration);
+    marked.client = markClient(nocta, owner);
+    nocta.synchronize();
+    send(marked.encode());
+    displays.setRamps(crtc, tint);
+    endOfNocta();
+    nocta.setCrtcGamma(crtc, tint.data(), 256);
+    nocta.synchronize();
+    EXPECT_TRUE(nocta.isLost());
+    EXPECT_EQ(displays.ramps(crtc), calibration);
+}
+
+TEST_F(Guard, SparesAClientThatGotTheNumberOfNoctasMark) {
+    const XConnection stranger;
+    auto marked = record(1, calibration);
+    marked.client = markClient(stranger, 2);
+    stranger.synchronize();
+    send(marked.encode());
+    displays.setRamps(crtc, tint);
+    endOfNocta();
+    stranger.synchronize();
+    EXPECT_FALSE(stranger.isLost());
     EXPECT_EQ(displays.ramps(crtc), calibration);
 }
 

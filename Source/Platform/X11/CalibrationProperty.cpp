@@ -1,17 +1,11 @@
 #include "Platform/X11/CalibrationProperty.h"
 
-#include <string_view>
+#include "Platform/X11/ClientMark.h"
 
 namespace nocta {
 
-CalibrationProperty::CalibrationProperty(const XConnection& server) : server(server) {
-    constexpr std::string_view name = "_NOCTA_CALIBRATION";
-    const XReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-        server.get(), xcb_intern_atom(server.get(), 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr));
-    if (reply) {
-        atom = reply->atom;
-    }
-}
+CalibrationProperty::CalibrationProperty(const XConnection& server)
+    : server(server), atom(server.atom("_NOCTA_CALIBRATION")) {}
 
 std::optional<CalibrationRecord> CalibrationProperty::read() const {
     const XReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
@@ -39,6 +33,7 @@ void CalibrationProperty::remove() const {
 }
 
 void putBack(const XConnection& server, const CalibrationRecord& record) {
+    endMarkedClient(server, record.client, record.owner);
     // The server refuses a CRTC that is gone or has another size; such an error is of no interest.
     for (const auto& display : record.displays) {
         server.setCrtcGamma(display.crtc, display.values.data(), display.size());

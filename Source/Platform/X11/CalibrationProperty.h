@@ -23,10 +23,12 @@ class CalibrationProperty {
 
   private:
     const XConnection& server;
-    xcb_atom_t atom = XCB_ATOM_NONE;
+    xcb_atom_t atom;
 };
 
-/// Puts the ramps of `record` back, each where a CRTC of that number and size still is. Only queues the requests.
+/// Puts the ramps of `record` back, each where a CRTC of that number and size still is. First ends what is left of
+/// their owner in the server: a process that has died may still have sent a frame that the server has not come to. To
+/// be called under a grab.
 void putBack(const XConnection& server, const CalibrationRecord& record);
 
 } // namespace nocta

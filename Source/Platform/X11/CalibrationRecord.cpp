@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <limits>
 
 namespace nocta {
 
 namespace {
 
 // Layout, in the byte order of the machine (a reader of another order does not recognise the mark):
-//   header: mark (8 bytes), length of the whole record (8), owner (8), number of CRTCs (8)
+//   header: mark (8 bytes), length of the whole record (8), owner (8), its client's mark (8), number of CRTCs (8)
 //   each CRTC: its number (4), entries a channel (4), three channels of 16-bit entries
 //   checksum of everything before it (8)
 constexpr std::uint64_t mark = 0x314c4143'4154434eU; // "NCTACAL1"
@@ -18,6 +19,7 @@ struct Header {
     std::uint64_t mark = 0;
     std::uint64_t length = 0;
     std::uint64_t owner = 0;
+    std::uint64_t client = 0;
     std::uint64_t count = 0;
 };
 static_assert(sizeof(Header) == CalibrationRecord::headerSize);
@@ -63,7 +65,7 @@ std::vector<std::byte> CalibrationRecord::encode() const {
     }
     std::vector<std::byte> bytes;
     bytes.reserve(length);
-    append(bytes, Header{.mark = mark, .length = length, .owner = owner, .count = displays.size()});
+    append(bytes, Header{.mark = mark, .length = length, .owner = owner, .client = client, .count = displays.size()});
     for (const auto& display : displays) {
         append(bytes, CrtcHeader{.crtc = display.crtc, .size = static_cast<std::uint32_t>(display.size())});
         const auto raw = std::as_bytes(std::span(display.values));
@@ -85,7 +87,11 @@ std::optional<CalibrationRecord> CalibrationRecord::decode(std::span<const std::
     }
     auto rest = content;
     const auto header = take<Header>(rest).value();
-    CalibrationRecord record{.owner = header.owner, .displays = {}};
+    if (header.client > std::numeric_limits<std::uint32_t>::max()) {
+        return std::nullopt;
+    }
+    CalibrationRecord record{
+        .owner = header.owner, .client = static_cast<std::uint32_t>(header.client), .displays = {}};
     for (std::uint64_t i = 0; i < header.count; ++i) {
         const auto crtc = take<CrtcHeader>(rest);
         if (!crtc || crtc->size == 0 || crtc->size > rest.size() / (3 * sizeof(std::uint16_t))) {

@@ -22,14 +22,15 @@ struct CrtcRamps {
 /// in a property of the root window and is sent to the guard, in one encoding; both are read back only through
 /// `decode`, since any program may write the one and a dying process may cut off the other.
 struct CalibrationRecord {
-    std::uint64_t owner = 0; ///< a random number that each Nocta process draws
+    std::uint64_t owner = 0;  ///< a random number that each Nocta process draws
+    std::uint32_t client = 0; ///< the window that marks the owner's connection to the server
     std::vector<CrtcRamps> displays;
 
     bool operator==(const CalibrationRecord&) const = default;
 
     /// More than any real machine needs (64 CRTCs of 4096 entries take 1.5 MiB); what claims more is no record.
     static constexpr std::size_t largestEncoding = 8UL * 1024 * 1024;
-    static constexpr std::size_t headerSize = 32;
+    static constexpr std::size_t headerSize = 40;
 
     [[nodiscard]] std::vector<std::byte> encode() const;
 

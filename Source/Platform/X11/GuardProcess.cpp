@@ -34,12 +34,16 @@ void releaseGuard(int signal) {
 }
 
 void releaseGuardAtAbort() {
-    for (const int signal : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) {
+    // Of its own, for the stack may be what overflowed.
+    static std::array<std::byte, 16384> stack;
+    const stack_t ownStack{.ss_sp = stack.data(), .ss_flags = 0, .ss_size = stack.size()};
+    sigaltstack(&ownStack, nullptr);
+    for (const int signal : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGQUIT, SIGTRAP, SIGSYS}) {
         struct sigaction present {};
         if (sigaction(signal, nullptr, &present) == 0 && present.sa_handler == SIG_DFL) {
             struct sigaction release {};
             release.sa_handler = releaseGuard;
-            release.sa_flags = static_cast<int>(SA_RESETHAND);
+            release.sa_flags = static_cast<int>(SA_RESETHAND | SA_ONSTACK);
             sigaction(signal, &release, nullptr);
         }
     }
@@ -98,6 +102,14 @@ void GuardProcess::publish(std::vector<std::byte> encodedRecord) {
     } else if (channel >= 0 && !sendRecord()) {
         stop();
         start();
+    }
+}
+
+void GuardProcess::withdraw(std::vector<std::byte> encodedRecord) {
+    record = std::move(encodedRecord);
+    restartTimer.reset();
+    if (channel >= 0 && !sendRecord()) {
+        stop();
     }
 }
 

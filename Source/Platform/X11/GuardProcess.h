@@ -25,6 +25,8 @@ class GuardProcess {
 
     /// Hands the guard what it has to put back from now on. On return it cannot miss it any more.
     void publish(std::vector<std::byte> encodedRecord);
+    /// The same for a record without displays: there is nothing to put back, so no guard is started for it.
+    void withdraw(std::vector<std::byte> encodedRecord);
 
   private:
     void start();

@@ -1,5 +1,6 @@
 #include "Platform/X11/RandrDisplayService.h"
 
+#include "Platform/X11/ClientMark.h"
 #include "Platform/X11/GammaRamp.h"
 
 #include <algorithm>
@@ -28,12 +29,14 @@ RandrDisplayService::RandrDisplayService(RunLoop& loop, Options options)
         return;
     }
     property.emplace(server);
+    clientMark = markClient(server, owner);
     removeLeftTint();
     xcb_randr_select_input(server.get(), server.root(),
                            XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
                                XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
     eventWatch = loop.watch(server.descriptor(), [this] { handleEvents(); });
     refresh();
+    takeQueuedEvents();
 }
 
 std::size_t RandrDisplayService::activeDisplays(std::span<DisplayID> buffer) {
@@ -58,7 +61,7 @@ void RandrDisplayService::load(DisplayID display, std::span<const float> red, st
     tables[0].assign(red.begin(), red.end());
     tables[1].assign(green.begin(), green.end());
     tables[2].assign(blue.begin(), blue.end());
-    if (!crtc->isTinted()) {
+    if (!crtc->isTinted() && !crtc->isUnreadable) {
         keepCalibration();
     }
     // What could not be put back is not tinted.
@@ -70,6 +73,7 @@ void RandrDisplayService::load(DisplayID display, std::span<const float> red, st
 
 void RandrDisplayService::flush() {
     server.flush();
+    takeQueuedEvents();
 }
 
 void RandrDisplayService::restoreCalibration() {
@@ -87,7 +91,8 @@ void RandrDisplayService::restoreCalibration() {
     property->remove();
     server.synchronize();
     // Only now: until the server has carried it out, a death of this process is still the guard's business.
-    guard.publish(CalibrationRecord{.owner = owner, .displays = {}}.encode());
+    guard.withdraw(CalibrationRecord{.owner = owner, .client = clientMark, .displays = {}}.encode());
+    takeQueuedEvents();
 }
 
 bool RandrDisplayService::isXwayland() const {
@@ -146,17 +151,16 @@ void RandrDisplayService::refresh() {
             xcb_randr_get_crtc_info_reply(server.get(), questions[i].info, nullptr));
         const XReply<xcb_randr_get_crtc_gamma_size_reply_t> size(
             xcb_randr_get_crtc_gamma_size_reply(server.get(), questions[i].size, nullptr));
-        if (!info) {
-            continue;
-        }
         Crtc crtc;
+        crtc.id = ids[i];
         const auto known = std::ranges::find(crtcs, ids[i], &Crtc::id);
         if (known != crtcs.end()) {
             crtc = std::move(*known);
         }
-        const bool wasActive = std::exchange(crtc.isActive, info->mode != XCB_NONE && info->num_outputs > 0);
-        const std::size_t oldSize = std::exchange(crtc.size, size ? size->size : 0);
-        crtc.id = ids[i];
+        // A question that failed tells nothing: above all not that a known display has lost its calibration.
+        const bool wasActive = std::exchange(crtc.isActive, info && info->mode != XCB_NONE && info->num_outputs > 0);
+        const std::size_t oldSize = std::exchange(crtc.size, size ? size->size : crtc.size);
+        crtc.isUnreadable = false;
         if (crtc.size != oldSize) {
             crtc.calibration.clear();
         }
@@ -184,17 +188,17 @@ void RandrDisplayService::keepCalibration() {
             const auto* red = xcb_randr_get_crtc_gamma_red(ramps.get());
             crtc->calibration.assign(red, red + 3 * crtc->size); // green and blue follow in the reply
             isNew = true;
+        } else {
+            crtc->isUnreadable = true;
         }
     }
     if (isNew) {
         publishCalibration();
     }
-    // Events that came in with the replies wait in the library, where the descriptor does not show them.
-    eventCheck = loop.oneShot(Seconds(0), [this] { handleEvents(); });
 }
 
 void RandrDisplayService::publishCalibration() {
-    CalibrationRecord record{.owner = owner, .displays = {}};
+    CalibrationRecord record{.owner = owner, .client = clientMark, .displays = {}};
     for (const auto& crtc : crtcs) {
         if (crtc.isTinted()) {
             record.displays.push_back({.crtc = crtc.id, .values = crtc.calibration});
@@ -229,9 +233,12 @@ void RandrDisplayService::fill(Crtc& crtc) const {
 }
 
 void RandrDisplayService::handleEvents() {
-    // Asking the server may bring in more events, which then wait in the library.
-    while (takeEvents()) {
+    changeCheck.reset();
+    takeEvents(&xcb_poll_for_event);
+    // Asking the server brings in more events.
+    while (std::exchange(hasChanged, false)) {
         refresh();
+        takeEvents(&xcb_poll_for_event);
     }
     if (server.isLost() && eventWatch) {
         eventWatch.reset();
@@ -239,14 +246,19 @@ void RandrDisplayService::handleEvents() {
     }
 }
 
-bool RandrDisplayService::takeEvents() {
-    bool hasChanged = false;
-    while (const XReply<xcb_generic_event_t> event{xcb_poll_for_event(server.get())}) {
+void RandrDisplayService::takeEvents(xcb_generic_event_t* (*next)(xcb_connection_t*)) {
+    while (const XReply<xcb_generic_event_t> event{next(server.get())}) {
         const int type = event->response_type & 0x7f;
         hasChanged |= type == server.firstRandrEvent() + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
                       type == server.firstRandrEvent() + XCB_RANDR_NOTIFY;
     }
-    return hasChanged;
+}
+
+void RandrDisplayService::takeQueuedEvents() {
+    takeEvents(&xcb_poll_for_queued_event);
+    if (hasChanged && !changeCheck) {
+        changeCheck = loop.oneShot(Seconds(0), [this] { handleEvents(); });
+    }
 }
 
 } // namespace nocta

@@ -43,6 +43,7 @@ class RandrDisplayService final : public DisplayService {
         xcb_randr_crtc_t id = XCB_NONE;
         std::size_t size = 0; ///< entries a channel, 0 where it has no gamma ramp
         bool isActive = false;
+        bool isUnreadable = false;              ///< its ramps could not be kept: left alone until displays change
         std::vector<std::uint16_t> calibration; ///< as before the first tint; empty while untouched
         std::vector<std::uint16_t> loaded;      ///< last sent; empty where it must be filled anew
 
@@ -59,8 +60,11 @@ class RandrDisplayService final : public DisplayService {
     void reloadTables();
     void fill(Crtc& crtc) const;
     void handleEvents();
-    /// Takes every event that has arrived; whether one of them tells of a change of displays.
-    bool takeEvents();
+    /// Takes the events that `next` gives; notes whether one of them tells of a change of displays.
+    void takeEvents(xcb_generic_event_t* (*next)(xcb_connection_t*));
+    /// To be called after waiting for the server or writing to it: events that came in meanwhile wait in the library,
+    /// where the descriptor does not show them.
+    void takeQueuedEvents();
 
     XConnection server;
     RunLoop& loop;
@@ -68,13 +72,15 @@ class RandrDisplayService final : public DisplayService {
     std::function<void()> onServerLost;
     bool available;
     std::uint64_t owner;
+    xcb_window_t clientMark = XCB_WINDOW_NONE;
     std::optional<CalibrationProperty> property;
     std::vector<Crtc> crtcs;
     /// Red, green and blue as last handed over for any display, for one that appears; empty when nothing is to be
     /// loaded.
     std::array<std::vector<float>, 3> tables;
     std::unique_ptr<RunLoopSource> eventWatch;
-    std::unique_ptr<Timer> eventCheck;
+    bool hasChanged = false;
+    std::unique_ptr<Timer> changeCheck;
 };
 
 } // namespace nocta

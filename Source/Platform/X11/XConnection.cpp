@@ -29,7 +29,7 @@ XConnection::XConnection() : connection(nullptr, &xcb_disconnect) {
     }
     const XReply<xcb_randr_query_version_reply_t> version(
         xcb_randr_query_version_reply(get(), xcb_randr_query_version(get(), 1, 3), nullptr));
-    if (version && (version->major_version > 1 || version->minor_version >= 2)) {
+    if (version && (version->major_version > 1 || version->minor_version >= 3)) {
         randrEvents = randr->first_event;
     }
 }
@@ -42,6 +42,12 @@ std::optional<std::string> XConnection::serverName() {
     }
     const XReply<char> ownedHost(host);
     return "x11-" + std::string(host) + "-" + std::to_string(display);
+}
+
+xcb_atom_t XConnection::atom(std::string_view name) const {
+    const XReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+        get(), xcb_intern_atom(get(), 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
 void XConnection::synchronize() const {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <xcb/randr.h>
 #include <xcb/xcb.h>
@@ -27,7 +28,8 @@ class XConnection {
     /// Names the server that DISPLAY names, whichever way it does; nothing where it names none.
     [[nodiscard]] static std::optional<std::string> serverName();
 
-    /// Whether there is a server, and its RandR (1.2 at least) knows CRTCs. Otherwise only `isLost` may be asked.
+    /// Whether there is a server, and its RandR (1.3 at least) can list CRTCs without probing. Otherwise only `isLost`
+    /// may be asked.
     [[nodiscard]] bool hasRandr() const { return randrEvents != 0; }
     /// Whether the server was never there or has gone.
     [[nodiscard]] bool isLost() const { return xcb_connection_has_error(get()) != 0; }
@@ -37,6 +39,9 @@ class XConnection {
     [[nodiscard]] xcb_window_t root() const { return rootWindow; }
     /// The number of RandR's first event.
     [[nodiscard]] int firstRandrEvent() const { return randrEvents; }
+
+    /// The atom of that name. Waits for the server.
+    [[nodiscard]] xcb_atom_t atom(std::string_view name) const;
 
     void flush() const { xcb_flush(get()); }
     /// Waits until the server has carried out everything sent so far.
