@@ -99,21 +99,38 @@ TEST_F(QtSettingsStoreTest, EverySettingComesBackFromTheFile) {
     Platform::install({.clock = &clock, .calendar = &calendar, .settings = store.get()});
     auto& state = AppState::shared();
     rc::check("settings round-trip", [&] {
-        const auto id = *anyText();
-        const auto temp = *rc::gen::arbitrary<std::int64_t>();
-        const auto brightness = *anyFiniteNumber();
-        const auto sunrise = *anyFiniteNumber();
+        const auto texts = *rc::gen::container<std::vector<std::string>>(1, anyText());
+        const auto integers = *rc::gen::container<std::vector<std::int64_t>>(3, rc::gen::arbitrary<std::int64_t>());
+        const auto numbers = *rc::gen::container<std::vector<double>>(3, anyFiniteNumber());
         const auto profiles = *rc::gen::container<ProfileMap>(anyText(), anyText());
-        state.activePresetID = id;
-        state.customTemp = temp;
-        state.customBrightness = brightness;
-        state.manualSunrise = Instant(Seconds(sunrise));
+        const auto switches = *rc::gen::container<std::vector<bool>>(5, rc::gen::arbitrary<bool>());
+        state.activePresetID = texts[0];
+        state.customTemp = integers[0];
+        state.breakIntervalMinutes = integers[1];
+        state.breakDurationSeconds = integers[2];
+        state.customBrightness = numbers[0];
+        state.manualSunrise = Instant(Seconds(numbers[1]));
+        state.manualSunset = Instant(Seconds(numbers[2]));
+        state.scheduleEnabled = switches[0];
+        state.scheduleUsesLocation = switches[1];
+        state.breaksEnabled = switches[2];
+        state.launchAtLogin = switches[3];
+        state.showMenuBarScore = switches[4];
         state.appProfiles = profiles;
         const auto read = reopened();
-        RC_ASSERT(read->text("activePresetID") == id);
-        RC_ASSERT(read->integer("customTemp") == temp);
-        RC_ASSERT(read->real("customBrightness") == brightness);
-        RC_ASSERT(read->real("manualSunrise") == sunrise);
+        RC_ASSERT(read->text("activePresetID") == texts[0]);
+        RC_ASSERT(read->integer("customTemp") == integers[0]);
+        RC_ASSERT(read->integer("breakIntervalMinutes") == integers[1]);
+        RC_ASSERT(read->integer("breakDurationSeconds") == integers[2]);
+        RC_ASSERT(read->real("customBrightness") == numbers[0]);
+        RC_ASSERT(read->real("manualSunrise") == numbers[1]);
+        RC_ASSERT(read->real("manualSunset") == numbers[2]);
+        RC_ASSERT(read->boolean("filterEnabled"));
+        RC_ASSERT(read->boolean("scheduleEnabled") == switches[0]);
+        RC_ASSERT(read->boolean("scheduleUsesLocation") == switches[1]);
+        RC_ASSERT(read->boolean("breaksEnabled") == switches[2]);
+        RC_ASSERT(read->boolean("launchAtLogin") == switches[3]);
+        RC_ASSERT(read->boolean("showMenuBarScore") == switches[4]);
         RC_ASSERT(nlohmann::json::parse(read->data("appProfiles").value()).get<ProfileMap>() == profiles);
     });
 }
@@ -227,13 +244,24 @@ TEST_F(QtSettingsStoreTest, AFileThatIsCutOffIsReadAsFarAsItGoes) {
 }
 
 TEST_F(QtSettingsStoreTest, BinaryNoiseIsNoSettings) {
-    rc::check("noise is harmless", [&](const std::string& noise) {
-        const auto store = openedOn("[General]\ncustomTemp=3400\n" + noise);
-        RC_ASSERT(store->data("appProfiles") == std::nullopt || !noise.empty());
+    rc::check("noise takes no entry before it along", [&](const std::string& noise) {
+        const auto store = openedOn("[General]\nbreakIntervalMinutes=45\n[Other]\n" + noise);
+        RC_ASSERT(store->integer("breakIntervalMinutes") == 45);
         store->setInteger("customTemp", 2700);
         store->synchronize();
         RC_ASSERT(store->integer("customTemp") == 2700);
     });
+}
+
+TEST_F(QtSettingsStoreTest, ALockThatAKilledProcessLeftIsNotWaitedFor) {
+    std::filesystem::create_directories(path().parent_path());
+    const std::filesystem::path lock = path().string() + ".lock";
+    std::ofstream{lock}; // empty: killed before it wrote its number, so nobody can tell that it is dead
+    const auto store = open();
+    EXPECT_FALSE(std::filesystem::exists(lock));
+    store->setInteger("customTemp", 3400);
+    store->synchronize();
+    EXPECT_NE(content().find("customTemp=3400"), std::string::npos);
 }
 
 TEST_F(QtSettingsStoreTest, AFolderInThePlaceOfTheFileReadsAsEmptyAndStays) {

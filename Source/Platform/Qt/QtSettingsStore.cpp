@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include <QFile>
 #include <QStandardPaths>
 
 namespace nocta {
@@ -21,7 +22,11 @@ std::optional<double> finiteNumber(const QVariant& value) {
 
 } // namespace
 
-QtSettingsStore::QtSettingsStore(const QString& path) : file(path, QSettings::IniFormat) {}
+QtSettingsStore::QtSettingsStore(const QString& path) : file(path, QSettings::IniFormat) {
+    // QSettings locks the file against other writers, of which there are none, while it saves. A process killed just
+    // then leaves its lock, which the next one would wait for, for half a minute.
+    QFile::remove(path + QStringLiteral(".lock"));
+}
 
 QString QtSettingsStore::userFile() {
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +

@@ -13,7 +13,7 @@ namespace nocta {
 /// be written stays as it is.
 class QtSettingsStore final : public SettingsStore {
   public:
-    /// `path` need not exist, nor its folder.
+    /// `path` need not exist, nor its folder. At most one process may have a store on it.
     explicit QtSettingsStore(const QString& path);
 
     /// The user's file: nocta/nocta.conf in $XDG_CONFIG_HOME, or in ~/.config.
