@@ -14,16 +14,33 @@ namespace nocta {
 
 namespace {
 
-/// Empty where no folder can be trusted.
-std::string runtimeFolder() {
-    if (const char* folder = std::getenv("XDG_RUNTIME_DIR"); folder != nullptr && *folder != '\0') {
-        return folder;
-    }
+/// Creates or opens a file of ours in `folder`; -1 where that cannot be done.
+int openIn(const std::string& folder, const std::string& fileName) {
+    return open((folder + "/" + fileName).c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+}
+
+/// A folder of the user's own, for sessions without a usable runtime folder. Empty where somebody else has taken its
+/// name.
+std::string ownFolder() {
     std::string folder = "/tmp/nocta-" + std::to_string(getuid());
     mkdir(folder.c_str(), S_IRWXU);
     struct stat info {};
     const bool isOurs = lstat(folder.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == getuid();
     return isOurs ? folder : std::string();
+}
+
+/// -1 where there is no place for it.
+int openLockFile(const std::string& fileName) {
+    int descriptor = -1;
+    if (const char* folder = std::getenv("XDG_RUNTIME_DIR"); folder != nullptr && *folder != '\0') {
+        descriptor = openIn(folder, fileName);
+    }
+    if (descriptor < 0) {
+        if (const std::string folder = ownFolder(); !folder.empty()) {
+            descriptor = openIn(folder, fileName);
+        }
+    }
+    return descriptor;
 }
 
 } // namespace
@@ -35,15 +52,10 @@ RuntimeLock::~RuntimeLock() {
 }
 
 RuntimeLock::Result RuntimeLock::acquire(const std::string& name) {
-    const std::string folder = runtimeFolder();
-    if (folder.empty()) {
-        return Result::unavailable;
-    }
     std::string fileName = name;
     std::ranges::replace_if(
         fileName, [](unsigned char c) { return std::isalnum(c) == 0 && c != '.' && c != '-'; }, '_');
-    const std::string path = folder + "/" + fileName;
-    descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+    descriptor = openLockFile(fileName);
     if (descriptor < 0) {
         return Result::unavailable;
     }

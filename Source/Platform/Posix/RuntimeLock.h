@@ -19,7 +19,7 @@ class RuntimeLock {
     ~RuntimeLock();
 
     /// `name` becomes a file name: what is not a letter, a digit, a dot or a hyphen is replaced in it. The file stands
-    /// in $XDG_RUNTIME_DIR, or without one in a folder of the user's own under /tmp. Never waits.
+    /// in $XDG_RUNTIME_DIR, or where that is no place for it in a folder of the user's own under /tmp. Never waits.
     [[nodiscard]] Result acquire(const std::string& name);
 
   private:
