@@ -13,7 +13,7 @@ using DisplayID = std::uint32_t;
 ///
 /// Main thread only. Nothing here reports an error: a display that has gone, or that has no gamma table, is skipped,
 /// and a service that has lost its server does nothing. While tables are loaded, the service loads them again by itself
-/// into a display that appears or whose table the system has reset.
+/// into a display that appears or whose table a change of its mode has reset.
 class DisplayService {
   public:
     DisplayService() = default;

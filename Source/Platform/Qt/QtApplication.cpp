@@ -12,13 +12,12 @@ void QtApplication::setActivationPolicy(ActivationPolicy policy) {
     QCoreApplication::setQuitLockEnabled(policy == ActivationPolicy::regular);
 }
 
-int QtApplication::run(ApplicationDelegate& newDelegate) {
-    delegate = &newDelegate;
-    delegate->applicationDidFinishLaunching();
+int QtApplication::run(ApplicationDelegate& delegate) {
+    delegate.applicationDidFinishLaunching();
     if (!exitStatus) {
         QCoreApplication::exec();
     }
-    delegate->applicationWillTerminate();
+    delegate.applicationWillTerminate();
     return exitStatus.value_or(0);
 }
 

@@ -20,7 +20,6 @@ class QtApplication final : public Application {
 
   private:
     QCoreApplication application;
-    ApplicationDelegate* delegate = nullptr;
     std::optional<int> exitStatus;
 };
 
