@@ -13,6 +13,8 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QDBusVirtualObject>
+#include <QThread>
 
 namespace nocta {
 namespace {
@@ -60,6 +62,34 @@ TEST_F(BusApplicationHostTest, AnswersWrongCallsWithAnError) {
     EXPECT_EQ(ask(call(QStringLiteral("Activate"), {QStringLiteral("text")})).type(), QDBusMessage::ErrorMessage);
     EXPECT_EQ(ask(call(QStringLiteral("Deactivate"), {QVariantMap()})).type(), QDBusMessage::ErrorMessage);
     EXPECT_EQ(activations, 0);
+}
+
+TEST_F(BusApplicationHostTest, ActivatesTheOneThatRunsAndLeavesItTheName) {
+    // Answers on a thread of its own: the claim waits for it.
+    class Running final : public QDBusVirtualObject {
+      public:
+        [[nodiscard]] QString introspect(const QString& /*path*/) const override { return {}; }
+        bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+            members << message.interface() + QLatin1Char('.') + message.member();
+            return connection.send(message.createReply());
+        }
+        QStringList members;
+    };
+    QThread thread;
+    Running running;
+    running.moveToThread(&thread);
+    thread.start();
+    auto runningBus = other();
+    ASSERT_TRUE(runningBus.registerVirtualObject(QStringLiteral("/org/nocta/Nocta"), &running));
+    ASSERT_TRUE(runningBus.registerService(name));
+    {
+        BusApplicationHost host;
+        EXPECT_EQ(host.claim([] { FAIL(); }), ApplicationHost::Claim::forwarded);
+    }
+    thread.quit();
+    thread.wait();
+    EXPECT_EQ(running.members, QStringList{QStringLiteral("org.freedesktop.Application.Activate")});
+    EXPECT_TRUE(other().interface()->isServiceRegistered(name));
 }
 
 TEST_F(BusApplicationHostTest, GivesTheNameBack) {

@@ -84,8 +84,8 @@ class Desktop : public testing::Test {
     }
 
     [[nodiscard]] bool isCalibrated() const { return displays.allRamps() == calibration; }
-    [[nodiscard]] bool becomesCalibrated() const {
-        return eventually([this] { return isCalibrated(); });
+    [[nodiscard]] bool becomesCalibrated(std::chrono::milliseconds patience = std::chrono::seconds(10)) const {
+        return eventually([this] { return isCalibrated(); }, patience);
     }
 
     XServer xServer;
@@ -94,6 +94,10 @@ class Desktop : public testing::Test {
     DrivenDisplays displays;
     std::map<xcb_randr_crtc_t, Ramps> calibration;
 };
+
+/// Ten times what may pass between an end, or a change of displays, and its answer on the screen: room for a machine
+/// that is busy, none for a program that waits.
+inline constexpr std::chrono::milliseconds promptly{1000};
 
 inline constexpr Ending cleanExit{.exitStatus = 0};
 inline constexpr Ending failedStart{.exitStatus = 1};

@@ -85,6 +85,12 @@ class Hand final : public ApplicationDelegate {
                  }
                  state.appProfiles = profiles;
              }},
+            {"interval",
+             [&] {
+                 std::int64_t minutes = 0;
+                 words >> minutes;
+                 state.breakIntervalMinutes = minutes;
+             }},
             {"reset", [] { FilterEngine::shared().resetAllDisplays(); }},
             {"quit", [] { Platform::current().application->terminate(); }},
             {"abort", [] { std::abort(); }},

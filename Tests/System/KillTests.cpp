@@ -50,7 +50,12 @@ TEST_F(KilledDesktop, NoRandomKillLeavesATintedDisplayOrADamagedFile) {
     for (int i = 0; i < killCount(); ++i) {
         nocta = startDrivenNocta();
         nocta->write("restless " + std::to_string(random()) + "\n");
-        ASSERT_TRUE(eventually([this] { return !isCalibrated(); })) << "start " << i << ": " << nocta->errors();
+        // Every other one is killed while it still starts: its guard, its property and its first table are on their
+        // way.
+        const bool waits = i % 2 == 0;
+        if (waits) {
+            ASSERT_TRUE(eventually([this] { return !isCalibrated(); })) << "start " << i << ": " << nocta->errors();
+        }
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 60000));
         const bool killsBoth = i % 5 == 4;
         if (killsBoth) {
@@ -68,7 +73,7 @@ TEST_F(KilledDesktop, NoRandomKillLeavesATintedDisplayOrADamagedFile) {
             nocta->signal(SIGTERM);
             ASSERT_EQ(nocta->waitForEnd(), cleanExit);
         }
-        ASSERT_TRUE(becomesCalibrated()) << "kill " << i;
+        ASSERT_TRUE(becomesCalibrated(promptly)) << "kill " << i;
         expectWholeSettings();
         if (HasFatalFailure()) {
             return;

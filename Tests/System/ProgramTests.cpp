@@ -43,8 +43,11 @@ TEST_F(Desktop, LaunchPutsTheSavedCustomValuesOnTheScreen) {
 TEST_F(Desktop, WithTheFilterOffLaunchLoadsNothing) {
     writeSettings("[General]\nactivePresetID=dusk\nfilterEnabled=false\n");
     const auto nocta = startDrivenNocta();
-    // Its answer to a later request shows that it has launched by then.
-    EXPECT_FALSE(eventually([this] { return !isCalibrated(); }, std::chrono::milliseconds(300)));
+    // What it saves shows that it has launched.
+    nocta->write("interval 30\n");
+    ASSERT_TRUE(eventually([this] { return settings().find("breakIntervalMinutes=30\n") != std::string::npos; }));
+    EXPECT_TRUE(isCalibrated());
+    EXPECT_FALSE(displays.hasProperty());
     nocta->write("filter on\n");
     EXPECT_TRUE(everyDisplayBecomes(dusk));
 }
@@ -294,6 +297,7 @@ TEST_F(Desktop, TenThousandProfilesAreSavedAndLoaded) {
     ASSERT_TRUE(everyDisplayBecomes(dusk));
     nocta->write("preset natural\nquit\n");
     ASSERT_EQ(nocta->waitForEnd(), cleanExit);
+    EXPECT_NE(settings().find("activePresetID=natural\n"), std::string::npos) << "not saved again";
     EXPECT_NE(settings().find("org.example.Application9999"), std::string::npos) << "lost between loading and saving";
 }
 
