@@ -133,6 +133,22 @@ TEST(Signal, ACallbackMayEmitAgain) {
     EXPECT_THAT(second, ElementsAre(3, 2, 1));
 }
 
+TEST(Signal, AnEmissionInsideAnotherOneForgetsEndedCallbacksAndSkipsNone) {
+    Signal<> signal;
+    int last = 0;
+    bool isInside = false;
+    auto ended = std::make_unique<Subscription>(signal.connect([] {}));
+    const auto nesting = signal.connect([&] {
+        if (!std::exchange(isInside, true)) {
+            ended.reset();
+            signal.emit();
+        }
+    });
+    const auto following = signal.connect([&] { ++last; });
+    signal.emit();
+    EXPECT_EQ(last, 2);
+}
+
 TEST(Signal, ASubscriptionMayOutliveItsSignal) {
     auto signal = std::make_unique<Signal<>>();
     int calls = 0;
