@@ -45,6 +45,13 @@ class Calendar {
     /// The instant of a local date and time. Components out of their range are carried over into the next larger one
     /// (minute 75 is a quarter past the next hour, hour -1 is on the previous day). Nothing where no instant results.
     [[nodiscard]] virtual std::optional<Instant> instant(const DateComponents& components) const = 0;
+
+    /// The number of `instant`'s local day in its year, from 1; nothing where `components` gives nothing.
+    [[nodiscard]] virtual std::optional<int> dayOfYear(Instant instant) const = 0;
+
+    /// How far the zone's local time is ahead of UTC at `instant`; negative west of it. Zero where `components` gives
+    /// nothing.
+    [[nodiscard]] virtual Seconds offsetFromUTC(Instant instant) const = 0;
 };
 
 } // namespace nocta

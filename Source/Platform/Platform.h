@@ -6,6 +6,7 @@ class Application;
 class Calendar;
 class Clock;
 class DisplayService;
+class LocationService;
 class RunLoop;
 class SettingsStore;
 
@@ -18,6 +19,7 @@ struct Platform {
     Calendar* calendar = nullptr;
     SettingsStore* settings = nullptr;
     DisplayService* displays = nullptr;
+    LocationService* location = nullptr;
 
     static void install(const Platform& platform) { installed = platform; }
     [[nodiscard]] static const Platform& current() { return installed; }

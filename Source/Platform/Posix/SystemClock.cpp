@@ -16,13 +16,8 @@ std::optional<int> field(std::int64_t value) {
     return static_cast<int>(value);
 }
 
-} // namespace
-
-Instant SystemClock::now() const {
-    return std::chrono::system_clock::now();
-}
-
-std::optional<DateComponents> SystemCalendar::components(Instant instant) const {
+/// Nothing where the C library has no such time.
+std::optional<std::tm> localTime(Instant instant) {
     const double seconds = std::floor(instant.time_since_epoch().count());
     if (!(std::abs(seconds) < 0x1p62)) {
         return std::nullopt;
@@ -30,15 +25,26 @@ std::optional<DateComponents> SystemCalendar::components(Instant instant) const 
     const auto time = static_cast<std::time_t>(seconds);
     tzset(); // localtime_r need not look whether the zone has changed
     std::tm local{};
-    if (localtime_r(&time, &local) == nullptr) {
+    return localtime_r(&time, &local) != nullptr ? std::optional(local) : std::nullopt;
+}
+
+} // namespace
+
+Instant SystemClock::now() const {
+    return std::chrono::system_clock::now();
+}
+
+std::optional<DateComponents> SystemCalendar::components(Instant instant) const {
+    const auto local = localTime(instant);
+    if (!local) {
         return std::nullopt;
     }
-    return DateComponents{.year = std::int64_t{local.tm_year} + 1900,
-                          .month = local.tm_mon + 1,
-                          .day = local.tm_mday,
-                          .hour = local.tm_hour,
-                          .minute = local.tm_min,
-                          .second = local.tm_sec};
+    return DateComponents{.year = std::int64_t{local->tm_year} + 1900,
+                          .month = local->tm_mon + 1,
+                          .day = local->tm_mday,
+                          .hour = local->tm_hour,
+                          .minute = local->tm_min,
+                          .second = local->tm_sec};
 }
 
 std::optional<Instant> SystemCalendar::instant(const DateComponents& components) const {
@@ -65,6 +71,16 @@ std::optional<Instant> SystemCalendar::instant(const DateComponents& components)
         return std::nullopt;
     }
     return Instant(Seconds(static_cast<double>(time)));
+}
+
+std::optional<int> SystemCalendar::dayOfYear(Instant instant) const {
+    const auto local = localTime(instant);
+    return local ? std::optional(local->tm_yday + 1) : std::nullopt;
+}
+
+Seconds SystemCalendar::offsetFromUTC(Instant instant) const {
+    const auto local = localTime(instant);
+    return Seconds(local ? static_cast<double>(local->tm_gmtoff) : 0.0);
 }
 
 } // namespace nocta

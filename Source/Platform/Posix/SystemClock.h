@@ -15,6 +15,8 @@ class SystemCalendar final : public Calendar {
   public:
     [[nodiscard]] std::optional<DateComponents> components(Instant instant) const override;
     [[nodiscard]] std::optional<Instant> instant(const DateComponents& components) const override;
+    [[nodiscard]] std::optional<int> dayOfYear(Instant instant) const override;
+    [[nodiscard]] Seconds offsetFromUTC(Instant instant) const override;
 };
 
 } // namespace nocta

@@ -40,4 +40,14 @@ std::optional<Instant> SimulatedCalendar::instant(const DateComponents& componen
     return std::chrono::sys_days(firstOfMonth) + sinceFirst - offset;
 }
 
+std::optional<int> SimulatedCalendar::dayOfYear(Instant instant) const {
+    const auto date = components(instant);
+    if (!date) {
+        return std::nullopt;
+    }
+    const auto year = std::chrono::year(static_cast<int>(date->year));
+    const auto day = std::chrono::floor<std::chrono::days>(instant + offset);
+    return static_cast<int>((day - std::chrono::sys_days(year / std::chrono::January / 1)).count()) + 1;
+}
+
 } // namespace nocta

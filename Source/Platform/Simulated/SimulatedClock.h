@@ -31,6 +31,8 @@ class SimulatedCalendar final : public Calendar {
 
     [[nodiscard]] std::optional<DateComponents> components(Instant instant) const override;
     [[nodiscard]] std::optional<Instant> instant(const DateComponents& components) const override;
+    [[nodiscard]] std::optional<int> dayOfYear(Instant instant) const override;
+    [[nodiscard]] Seconds offsetFromUTC(Instant /*instant*/) const override { return offset; }
 };
 
 } // namespace nocta

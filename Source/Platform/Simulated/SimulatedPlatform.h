@@ -5,6 +5,7 @@
 #include "Platform/Simulated/SimulatedApplication.h"
 #include "Platform/Simulated/SimulatedClock.h"
 #include "Platform/Simulated/SimulatedDisplayService.h"
+#include "Platform/Simulated/SimulatedLocationService.h"
 #include "Platform/Simulated/SimulatedRunLoop.h"
 
 namespace nocta {
@@ -23,6 +24,7 @@ class SimulatedPlatform {
     SimulatedCalendar calendar;
     InMemorySettingsStore settings;
     SimulatedDisplayService displays;
+    SimulatedLocationService location;
 
     /// Makes this the process's platform. It outlives every shared instance.
     void install() {
@@ -31,7 +33,8 @@ class SimulatedPlatform {
                            .clock = &clock,
                            .calendar = &calendar,
                            .settings = &settings,
-                           .displays = &displays});
+                           .displays = &displays,
+                           .location = &location});
     }
 
     /// Lets time pass and fires what falls due.
