@@ -33,6 +33,7 @@ template <class... Arguments>
 class Signal {
   public:
     Subscription connect(std::function<void(Arguments...)> callback) {
+        forgetEnded();
         auto owned = std::make_shared<const Callback>(std::move(callback));
         callbacks.push_back(owned);
         return Subscription(std::move(owned));
@@ -42,7 +43,7 @@ class Signal {
         if (callbacks.empty()) {
             return;
         }
-        std::erase_if(callbacks, [](const auto& callback) { return callback.expired(); });
+        forgetEnded();
         const auto connected = callbacks;
         for (const auto& candidate : connected) {
             if (const auto callback = candidate.lock()) {
@@ -53,6 +54,10 @@ class Signal {
 
   private:
     using Callback = std::function<void(Arguments...)>;
+
+    void forgetEnded() {
+        std::erase_if(callbacks, [](const auto& callback) { return callback.expired(); });
+    }
 
     std::vector<std::weak_ptr<const Callback>> callbacks;
 };
