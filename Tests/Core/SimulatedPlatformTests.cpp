@@ -325,6 +325,20 @@ TEST(SimulatedCalendar, GivesNothingForAnInstantItCannotExpress) {
     }
 }
 
+TEST(SimulatedCalendar, GivesNoInstantInAYearBeyondIt) {
+    const SimulatedCalendar calendar;
+    EXPECT_FALSE(calendar.instant({40000, 1, 1, 0, 0, 0}));
+    EXPECT_FALSE(calendar.instant({-40000, 1, 1, 0, 0, 0}));
+    EXPECT_FALSE(calendar.instant({std::int64_t{1} << 40, 1, 1, 0, 0, 0}));
+}
+
+TEST(SimulatedCalendar, CountsTheDaysOfTheYear) {
+    const SimulatedCalendar calendar;
+    EXPECT_EQ(calendar.dayOfYear(calendar.instant({2026, 1, 1, 0, 0, 0}).value()), 1);
+    EXPECT_EQ(calendar.dayOfYear(calendar.instant({2024, 12, 31, 23, 59, 59}).value()), 366);
+    EXPECT_EQ(calendar.dayOfYear(calendar.instant({2026, 3, 1, 12, 0, 0}).value()), 60);
+}
+
 TEST(SimulatedCalendar, GivesNoInstantWhileItIsBroken) {
     SimulatedCalendar calendar;
     const DateComponents date{.year = 2026, .month = 3, .day = 20, .hour = 6, .minute = 30, .second = 0};

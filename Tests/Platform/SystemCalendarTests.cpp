@@ -65,6 +65,25 @@ TEST_F(SystemCalendarTest, WhatTheCalendarCannotExpressIsNothing) {
     EXPECT_FALSE(calendar.instant({2026, 1, 1, std::numeric_limits<std::int64_t>::max(), 0, 0}));
 }
 
+TEST_F(SystemCalendarTest, CountsTheDaysOfTheYearInLocalTime) {
+    setZone("UTC0");
+    EXPECT_EQ(calendar.dayOfYear(at(1774008000)), 79); // 20 March 2026
+    setZone("Pacific/Kiritimati");                     // 14 hours ahead: the 21st
+    EXPECT_EQ(calendar.dayOfYear(at(1774008000)), 80);
+    EXPECT_EQ(calendar.dayOfYear(at(1e300)), std::nullopt);
+}
+
+TEST_F(SystemCalendarTest, TellsTheOffsetThatHoldsAtTheInstant) {
+    setZone("Europe/Berlin");
+    EXPECT_EQ(calendar.offsetFromUTC(at(1768455000)), Seconds(3600));
+    EXPECT_EQ(calendar.offsetFromUTC(at(1784089800)), Seconds(7200)); // summer time
+    setZone("Asia/Kolkata");
+    EXPECT_EQ(calendar.offsetFromUTC(at(1774008000)), Seconds(19800));
+    setZone("America/New_York");
+    EXPECT_EQ(calendar.offsetFromUTC(at(1768455000)), Seconds(-18000));
+    EXPECT_EQ(calendar.offsetFromUTC(at(1e300)), Seconds(0));
+}
+
 TEST(SystemClock, TellsTheTimeOfTheSystem) {
     const auto before = std::chrono::system_clock::now();
     const Instant now = SystemClock().now();

@@ -29,7 +29,8 @@ std::optional<DateComponents> SimulatedCalendar::components(Instant instant) con
 }
 
 std::optional<Instant> SimulatedCalendar::instant(const DateComponents& components) const {
-    if (isBroken) {
+    constexpr std::int64_t lastYear = 30000;
+    if (isBroken || components.year > lastYear || components.year < -lastYear) {
         return std::nullopt;
     }
     // Months first, then everything below counts on from the first of that month.
