@@ -76,12 +76,7 @@ TEST_F(CrashingDesktop, AKilledGuardIsReplacedAndTheReplacementGuards) {
 TEST_F(CrashingDesktop, WhenBothAreKilledTheNextStartStillKnowsTheCalibration) {
     const auto nocta = startNocta();
     ASSERT_TRUE(everyDisplayBecomes(dusk));
-    const auto guard = guardOf(*nocta);
-    // Stopped first: neither may see the other's end.
-    nocta->signal(SIGSTOP);
-    kill(guard, SIGKILL);
-    nocta->signal(SIGKILL);
-    nocta->waitForEnd();
+    killWithItsGuard(*nocta);
     ASSERT_TRUE(everyDisplayShows(dusk)) << "nobody was left to give the calibration back";
     const auto next = startNocta();
     ASSERT_TRUE(eventually([&] { return next->children("nocta-guard").size() == 1; }));
@@ -94,11 +89,7 @@ TEST_F(CrashingDesktop, WhenBothAreKilledTheNextStartStillKnowsTheCalibration) {
 TEST_F(CrashingDesktop, WhenBothWereKilledAndTheFilterIsOffTheNextStartTakesTheTintAway) {
     const auto nocta = startNocta();
     ASSERT_TRUE(everyDisplayBecomes(dusk));
-    const auto guard = guardOf(*nocta);
-    nocta->signal(SIGSTOP);
-    kill(guard, SIGKILL);
-    nocta->signal(SIGKILL);
-    nocta->waitForEnd();
+    killWithItsGuard(*nocta);
     writeSettings("[General]\nactivePresetID=dusk\nfilterEnabled=false\n");
     const auto next = startNocta();
     EXPECT_TRUE(becomesCalibrated());

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -73,6 +74,16 @@ class Desktop : public testing::Test {
     [[nodiscard]] std::unique_ptr<Process> startNocta() const { return start("nocta"); }
     /// The same program, which carries out commands from its standard input.
     [[nodiscard]] std::unique_ptr<Process> startDrivenNocta() const { return start("driven-nocta"); }
+
+    /// Kills both, so that neither sees the other's end: Nocta is stopped first.
+    static void killWithItsGuard(Process& nocta) {
+        nocta.signal(SIGSTOP);
+        for (const auto guard : nocta.children("nocta-guard")) {
+            kill(guard, SIGKILL);
+        }
+        nocta.signal(SIGKILL);
+        nocta.waitForEnd();
+    }
 
     [[nodiscard]] bool everyDisplayShows(const Ramps& ramps) const {
         const auto all = displays.allRamps();

@@ -59,19 +59,15 @@ TEST_F(KilledDesktop, NoRandomKillLeavesATintedDisplayOrADamagedFile) {
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 60000));
         const bool killsBoth = i % 5 == 4;
         if (killsBoth) {
-            nocta->signal(SIGSTOP);
-            for (const auto guard : nocta->children("nocta-guard")) {
-                kill(guard, SIGKILL);
-            }
-        }
-        nocta->signal(SIGKILL);
-        nocta->waitForEnd();
-        if (killsBoth) {
+            killWithItsGuard(*nocta);
             // Nobody was left; the next one takes the tint over and must know what is under it.
             nocta = startNocta();
             ASSERT_TRUE(eventually([&] { return nocta->catches(SIGTERM); }));
             nocta->signal(SIGTERM);
             ASSERT_EQ(nocta->waitForEnd(), cleanExit);
+        } else {
+            nocta->signal(SIGKILL);
+            nocta->waitForEnd();
         }
         ASSERT_TRUE(becomesCalibrated(promptly)) << "kill " << i;
         expectWholeSettings();
