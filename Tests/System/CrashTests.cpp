@@ -11,7 +11,7 @@ class CrashingDesktop : public Desktop {
   protected:
     CrashingDesktop() { writeSettings("[General]\nactivePresetID=dusk\n"); }
 
-    [[nodiscard]] pid_t guardOf(const Process& nocta) const {
+    [[nodiscard]] static pid_t guardOf(const Process& nocta) {
         const auto guards = nocta.children("nocta-guard");
         EXPECT_EQ(guards.size(), 1U);
         return guards.empty() ? -1 : guards.front();

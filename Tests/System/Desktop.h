@@ -26,8 +26,9 @@ inline Ramps straightRamps(double r, double g, double b, double brightness) {
     Ramps values;
     for (const double factor : {r, g, b}) {
         for (int i = 0; i < 256; ++i) {
-            const auto level = static_cast<float>(double{static_cast<float>(i) / 255.0F} * factor * brightness);
-            values.push_back(static_cast<std::uint16_t>(std::lround(double{level} * 65535.0)));
+            const auto level =
+                static_cast<float>(static_cast<double>(static_cast<float>(i) / 255.0F) * factor * brightness);
+            values.push_back(static_cast<std::uint16_t>(std::lround(static_cast<double>(level) * 65535.0)));
         }
     }
     return values;

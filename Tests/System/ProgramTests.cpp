@@ -206,7 +206,7 @@ INSTANTIATE_TEST_SUITE_P(
         DamagedSettings{"Binary",
                         std::string("\x7f"
                                     "ELF\0\1\2\xff\xfe\0[=\n\r=]\0",
-                                    18),
+                                    17),
                         neutral},
         DamagedSettings{"UndecodableProfiles", "[General]\nactivePresetID=dusk\nappProfiles=@ByteArray({[)\n", dusk},
         DamagedSettings{"WrongTypes",
