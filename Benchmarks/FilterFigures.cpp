@@ -45,6 +45,7 @@ Spread spreadOf(std::vector<double> values) {
 
 Spread repeated(int times, const std::function<double()>& measure) {
     std::vector<double> values;
+    values.reserve(static_cast<std::size_t>(times));
     for (int i = 0; i < times; ++i) {
         values.push_back(measure());
     }
@@ -124,16 +125,18 @@ class Session {
         observed = displays.active().back();
     }
 
-    std::unique_ptr<Process> start(std::vector<std::string> arguments) {
+    [[nodiscard]] std::unique_ptr<Process> start(std::vector<std::string> arguments) const {
         return std::make_unique<Process>(std::move(arguments),
                                          Process::Environment{{"HOME", home.path()},
                                                               {"XDG_CONFIG_HOME", home.path() / "config"},
                                                               {"XDG_RUNTIME_DIR", home.path() / "runtime"}});
     }
-    std::unique_ptr<Process> startNocta() { return start({programFolder() / "nocta"}); }
-    std::unique_ptr<Process> startDrivenNocta() { return start({programFolder() / "driven-nocta"}); }
+    [[nodiscard]] std::unique_ptr<Process> startNocta() const { return start({programFolder() / "nocta"}); }
+    [[nodiscard]] std::unique_ptr<Process> startDrivenNocta() const {
+        return start({programFolder() / "driven-nocta"});
+    }
 
-    void writeSettings(const std::string& content) {
+    void writeSettings(const std::string& content) const {
         std::filesystem::create_directories(home.path() / "config/nocta");
         std::ofstream(home.path() / "config/nocta/nocta.conf") << content;
     }
@@ -277,8 +280,8 @@ void delayFigures() {
 
     std::string profiles;
     for (int i = 0; i < 10000; ++i) {
-        profiles += (profiles.empty() ? "" : ",") + std::string("\\\"org.example.Application") + std::to_string(i) +
-                    "\\\":\\\"focus\\\"";
+        profiles += (profiles.empty() ? "" : ",") + std::string(R"(\"org.example.Application)") + std::to_string(i) +
+                    R"(\":\"focus\")";
     }
     session.writeSettings("[General]\nactivePresetID=dusk\nappProfiles=\"@ByteArray({" + profiles + "})\"\n");
     print("process start to first table with 10,000 profiles, of 20",
@@ -385,6 +388,7 @@ void idleFigures(int seconds) {
 
 } // namespace
 
+// An exception ends the measurement, as it should. NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) {
     const int idleSeconds = argc > 1 ? std::atoi(argv[1]) : 300;
     fadeFigures();

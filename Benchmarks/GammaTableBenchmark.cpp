@@ -5,6 +5,8 @@
 
 #include <benchmark/benchmark.h>
 
+// NOLINTBEGIN(cppcoreguidelines-no-malloc): what stands behind new has to
+
 namespace {
 
 std::size_t allocations = 0;
@@ -27,6 +29,8 @@ std::size_t allocations = 0;
 [[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
     std::free(memory);
 }
+
+// NOLINTEND(cppcoreguidelines-no-malloc)
 
 namespace {
 
