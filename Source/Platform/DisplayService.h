@@ -37,6 +37,11 @@ class DisplayService {
     /// Ends a frame: what was loaded since the last call is now sent, all of it in one go.
     virtual void flush() = 0;
 
+    /// Loads every display once more with what it was last loaded with: to be called after what no display server
+    /// reports and may have reset the tables (a resume, another session on the same screens). May wait for the server.
+    /// Without loaded tables it does nothing.
+    virtual void reload() = 0;
+
     /// Gives every display that was ever loaded exactly the tables it had before. On return they are in force.
     virtual void restoreCalibration() = 0;
 };

@@ -253,6 +253,36 @@ TEST_F(RandrDisplayServiceTest, AfterARestoreAModeChangeLoadsNothing) {
     EXPECT_FALSE(displays.hasProperty());
 }
 
+TEST_F(RandrDisplayServiceTest, AReloadLoadsWhatEachDisplayShowedAfterAnUnreportedReset) {
+    const auto active = displays.plug(2);
+    const auto service = makeService();
+    service->load(active[0], straightTable(1.0F), straightTable(0.6F), straightTable(0.3F));
+    service->load(active[1], straightTable(0.9F), straightTable(0.5F), straightTable(0.2F));
+    present(*service);
+    for (const auto crtc : active) {
+        displays.setRamps(crtc, straightRamps(1.0F, 1.0F, 1.0F));
+    }
+    service->reload();
+    displays.server().synchronize();
+    EXPECT_EQ(displays.ramps(active[0]), straightRamps(1.0F, 0.6F, 0.3F));
+    EXPECT_EQ(displays.ramps(active[1]), straightRamps(0.9F, 0.5F, 0.2F));
+    service->restoreCalibration();
+    EXPECT_EQ(displays.ramps(active[0]), peculiarRamps(256, 1)) << "the reset must not become the calibration";
+}
+
+TEST_F(RandrDisplayServiceTest, AReloadWithoutATintChangesNothing) {
+    displays.plug(2);
+    const auto before = displays.allRamps();
+    const auto service = makeService();
+    service->reload();
+    EXPECT_EQ(displays.allRamps(), before);
+    loadAll(*service, 1.0F, 0.6F, 0.3F);
+    service->restoreCalibration();
+    service->reload();
+    EXPECT_EQ(displays.allRamps(), before);
+    EXPECT_FALSE(displays.hasProperty());
+}
+
 TEST_F(RandrDisplayServiceTest, UnknownDisplaysAndZeroAreSkipped) {
     displays.plug(1);
     const auto before = displays.allRamps();

@@ -24,6 +24,7 @@ class SimulatedDisplayService final : public DisplayService {
     [[nodiscard]] const std::vector<Load>& loads() const { return recordedLoads; }
     [[nodiscard]] int listCalls() const { return recordedListCalls; }
     [[nodiscard]] int flushes() const { return recordedFlushes; }
+    [[nodiscard]] int reloads() const { return recordedReloads; }
     [[nodiscard]] int restores() const { return recordedRestores; }
 
     [[nodiscard]] bool isAvailable() const override { return true; }
@@ -31,12 +32,14 @@ class SimulatedDisplayService final : public DisplayService {
     void load(DisplayID display, std::span<const float> red, std::span<const float> green,
               std::span<const float> blue) override;
     void flush() override { ++recordedFlushes; }
+    void reload() override { ++recordedReloads; }
     void restoreCalibration() override { ++recordedRestores; }
 
   private:
     std::vector<Load> recordedLoads;
     int recordedListCalls = 0;
     int recordedFlushes = 0;
+    int recordedReloads = 0;
     int recordedRestores = 0;
 };
 

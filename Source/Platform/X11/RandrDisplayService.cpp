@@ -23,7 +23,7 @@ RandrDisplayService::RandrDisplayService(RunLoop& loop, Options options)
     : loop(loop),
       guard(loop, std::move(options.guardProgram)),
       onServerLost(std::move(options.onServerLost)),
-      available(server.hasRandr() && !isXwayland()),
+      available(server.hasRandr() && !server.isXwayland()),
       owner(randomOwner()) {
     if (!available) {
         return;
@@ -76,6 +76,13 @@ void RandrDisplayService::flush() {
     takeQueuedEvents();
 }
 
+void RandrDisplayService::reload() {
+    if (available) {
+        refresh();
+        takeQueuedEvents();
+    }
+}
+
 void RandrDisplayService::restoreCalibration() {
     tables = {};
     if (std::ranges::none_of(crtcs, &Crtc::isTinted)) {
@@ -93,31 +100,6 @@ void RandrDisplayService::restoreCalibration() {
     // Only now: until the server has carried it out, a death of this process is still the guard's business.
     guard.withdraw(CalibrationRecord{.owner = owner, .client = clientMark, .displays = {}}.encode());
     takeQueuedEvents();
-}
-
-bool RandrDisplayService::isXwayland() const {
-    // Xwayland accepts gamma ramps without any effect. Newer ones say so by an extension, older ones by output names.
-    constexpr std::string_view extension = "XWAYLAND";
-    constexpr std::string_view outputPrefix = "XWAYLAND";
-    const XReply<xcb_query_extension_reply_t> query(xcb_query_extension_reply(
-        server.get(), xcb_query_extension(server.get(), static_cast<std::uint16_t>(extension.size()), extension.data()),
-        nullptr));
-    if (query && query->present != 0) {
-        return true;
-    }
-    const XReply<xcb_randr_get_screen_resources_current_reply_t> resources(xcb_randr_get_screen_resources_current_reply(
-        server.get(), xcb_randr_get_screen_resources_current(server.get(), server.root()), nullptr));
-    if (!resources || resources->num_outputs == 0) {
-        return false;
-    }
-    const auto first = xcb_randr_get_screen_resources_current_outputs(resources.get())[0];
-    const XReply<xcb_randr_get_output_info_reply_t> output(xcb_randr_get_output_info_reply(
-        server.get(), xcb_randr_get_output_info(server.get(), first, resources->config_timestamp), nullptr));
-    if (!output) {
-        return false;
-    }
-    const auto* name = reinterpret_cast<const char*>(xcb_randr_get_output_info_name(output.get())); // NOLINT
-    return std::string_view(name, output->name_len).starts_with(outputPrefix);
 }
 
 void RandrDisplayService::removeLeftTint() {

@@ -36,6 +36,7 @@ class RandrDisplayService final : public DisplayService {
     void load(DisplayID display, std::span<const float> red, std::span<const float> green,
               std::span<const float> blue) override;
     void flush() override;
+    void reload() override;
     void restoreCalibration() override;
 
   private:
@@ -50,7 +51,6 @@ class RandrDisplayService final : public DisplayService {
         [[nodiscard]] bool isTinted() const { return !calibration.empty(); }
     };
 
-    [[nodiscard]] bool isXwayland() const;
     void removeLeftTint();
     /// Asks the server which CRTCs there are and serves those that changed. Waits for the server.
     void refresh();

@@ -17,7 +17,6 @@ xcb_window_t rootOfScreen(xcb_connection_t* connection, int number) {
 } // namespace
 
 XConnection::XConnection() : connection(nullptr, &xcb_disconnect) {
-    int screen = 0;
     connection.reset(xcb_connect(nullptr, &screen));
     if (isLost()) {
         return;
@@ -42,6 +41,34 @@ std::optional<std::string> XConnection::serverName() {
     }
     const XReply<char> ownedHost(host);
     return "x11-" + std::string(host) + "-" + std::to_string(display);
+}
+
+bool XConnection::isXwayland() const {
+    // Newer ones say so by an extension, older ones by output names.
+    constexpr std::string_view extension = "XWAYLAND";
+    constexpr std::string_view outputPrefix = "XWAYLAND";
+    const XReply<xcb_query_extension_reply_t> query(xcb_query_extension_reply(
+        get(), xcb_query_extension(get(), static_cast<std::uint16_t>(extension.size()), extension.data()), nullptr));
+    if (query && query->present != 0) {
+        return true;
+    }
+    // A request of an extension that is missing would end the connection.
+    if (!hasRandr()) {
+        return false;
+    }
+    const XReply<xcb_randr_get_screen_resources_current_reply_t> resources(xcb_randr_get_screen_resources_current_reply(
+        get(), xcb_randr_get_screen_resources_current(get(), root()), nullptr));
+    if (!resources || resources->num_outputs == 0) {
+        return false;
+    }
+    const auto first = xcb_randr_get_screen_resources_current_outputs(resources.get())[0];
+    const XReply<xcb_randr_get_output_info_reply_t> output(xcb_randr_get_output_info_reply(
+        get(), xcb_randr_get_output_info(get(), first, resources->config_timestamp), nullptr));
+    if (!output) {
+        return false;
+    }
+    const auto* name = reinterpret_cast<const char*>(xcb_randr_get_output_info_name(output.get())); // NOLINT
+    return std::string_view(name, output->name_len).starts_with(outputPrefix);
 }
 
 xcb_atom_t XConnection::atom(std::string_view name) const {

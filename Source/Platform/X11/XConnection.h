@@ -28,18 +28,23 @@ class XConnection {
     /// Names the server that DISPLAY names, whichever way it does; nothing where it names none.
     [[nodiscard]] static std::optional<std::string> serverName();
 
-    /// Whether there is a server, and its RandR (1.3 at least) can list CRTCs without probing. Otherwise only `isLost`
-    /// may be asked.
+    /// Whether there is a server, and its RandR (1.3 at least) can list CRTCs without probing. Otherwise nothing of
+    /// RandR may be asked.
     [[nodiscard]] bool hasRandr() const { return randrEvents != 0; }
-    /// Whether the server was never there or has gone.
+    /// Whether the server was never there or has gone: then only this and `hasRandr` may be asked.
     [[nodiscard]] bool isLost() const { return xcb_connection_has_error(get()) != 0; }
 
     [[nodiscard]] xcb_connection_t* get() const { return connection.get(); }
     [[nodiscard]] int descriptor() const { return xcb_get_file_descriptor(get()); }
+    /// The number of the X screen that DISPLAY names.
+    [[nodiscard]] int screenNumber() const { return screen; }
     [[nodiscard]] xcb_window_t root() const { return rootWindow; }
     /// The number of RandR's first event.
     [[nodiscard]] int firstRandrEvent() const { return randrEvents; }
 
+    /// Whether the server only serves old programs in a Wayland session: it accepts gamma ramps without any effect, and
+    /// sees neither the windows nor the keys of others. Waits for the server.
+    [[nodiscard]] bool isXwayland() const;
     /// The atom of that name. Waits for the server.
     [[nodiscard]] xcb_atom_t atom(std::string_view name) const;
 
@@ -51,6 +56,7 @@ class XConnection {
 
   private:
     std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection;
+    int screen = 0;
     xcb_window_t rootWindow = XCB_WINDOW_NONE;
     int randrEvents = 0;
 };
