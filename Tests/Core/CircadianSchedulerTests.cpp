@@ -5,7 +5,6 @@
 #include "Core/FilterEngine.h"
 #include "FreshPlatform.h"
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -53,6 +52,38 @@ TEST_F(Scheduler, APresetPickedByHandIsReplacedAtTheNextStep) {
     EXPECT_EQ(state().activePresetID.get(), "sleep");
     platform.advance(Seconds(1));
     EXPECT_EQ(state().activePresetID.get(), "natural");
+}
+
+TEST_F(Scheduler, CustomValuesAreReplacedAtTheNextStepToo) {
+    state().customTemp = 2000;
+    state().activePresetID = "custom";
+    scheduler().start();
+    EXPECT_EQ(state().activePresetID.get(), "natural");
+    EXPECT_EQ(state().customTemp.get(), 2000) << "kept for the next time";
+}
+
+TEST_F(Scheduler, ThePresetFadesInFromWhatIsOnTheScreenWithItsOwnTransition) {
+    platform.clock.jump(at(17, 59, 30) - platform.clock.now());
+    scheduler().start(); // focus, 1.5 s
+    platform.advance(Seconds(59));
+    EXPECT_EQ(loads(), 45U);
+    platform.advance(Seconds(1 + 1.99)); // dusk at 18:00:30, 2 s
+    EXPECT_EQ(loads(), 45U + 59U);
+    platform.advance(Seconds(0.01));
+    EXPECT_EQ(loads(), 45U + 60U);
+}
+
+TEST_F(Scheduler, WhatTheReactionsToItsChoiceSetIsWhatFadesIn) {
+    platform.clock.jump(Seconds(3600 * 7)); // 19:00, evening
+    const auto subscription = state().activePresetID.observe([](const std::string& id) {
+        if (id == "evening") {
+            state().activePresetID = "cinema";
+        }
+    });
+    scheduler().tick();
+    platform.advance(Seconds(10));
+    EXPECT_EQ(loads(), 45U) << "cinema's 1.5 s";
+    EXPECT_FLOAT_EQ(platform.displays.loads().back().red.back(), 1.0F);
 }
 
 TEST_F(Scheduler, AMinuteInWhichThePhasesPresetIsActiveChangesNothing) {
@@ -130,6 +161,29 @@ TEST_F(Scheduler, StartedTwiceItHasTwoTimersOfWhichStopEndsTheSecond) {
     EXPECT_EQ(state().activePresetID.get(), "evening");
 }
 
+TEST_F(Scheduler, StartedTwiceBothTimersTakeTheirSteps) {
+    scheduler().start();
+    platform.advance(Seconds(30));
+    scheduler().start();
+    for (int i = 0; i < 4; ++i) {
+        state().activePresetID = "sleep";
+        platform.advance(Seconds(29));
+        EXPECT_EQ(state().activePresetID.get(), "sleep");
+        platform.advance(Seconds(1));
+        EXPECT_EQ(state().activePresetID.get(), "natural") << "every 30 s";
+    }
+}
+
+TEST_F(Scheduler, StoppedItStartsAgainWithAStepAndOneTimer) {
+    scheduler().start();
+    scheduler().stop();
+    scheduler().stop();
+    platform.clock.jump(Seconds(3600 * 7));
+    scheduler().start();
+    EXPECT_EQ(state().activePresetID.get(), "evening");
+    EXPECT_EQ(platform.runLoop.timerCount(), 2U) << "the minute's and the fade's";
+}
+
 // --- Location ---
 
 class LocatedScheduler : public Scheduler {
@@ -190,6 +244,43 @@ TEST_F(LocatedScheduler, AnEmptyListOfLocationsChangesNothing) {
     EXPECT_EQ(CircadianSchedulerInspector::sunTimes(), std::pair(at(6, 0), at(18, 0)));
 }
 
+TEST_F(LocatedScheduler, AFixIsHandledAtTheNextTurnOfTheLoopAndNotInsideItsDelivery) {
+    scheduler().start();
+    platform.location.deliver(std::vector{lisbon});
+    EXPECT_EQ(CircadianSchedulerInspector::sunTimes(), std::pair(at(6, 0), at(18, 0)));
+    EXPECT_EQ(platform.location.stops(), 0);
+    platform.advance(Seconds(0));
+    EXPECT_NE(CircadianSchedulerInspector::sunTimes(), std::pair(at(6, 0), at(18, 0)));
+    EXPECT_EQ(platform.location.stops(), 1);
+}
+
+TEST_F(LocatedScheduler, ALaterFixReplacesTheOlderWhichAFailureKeepsAsStopDoes) {
+    scheduler().start();
+    deliver({lisbon});
+    const auto inLisbon = CircadianSchedulerInspector::sunTimes();
+    scheduler().requestLocation();
+    EXPECT_EQ(platform.location.authorizationRequests(), 2) << "at every request";
+    platform.location.fail();
+    scheduler().stop();
+    EXPECT_EQ(CircadianSchedulerInspector::sunTimes(), inLisbon);
+    EXPECT_EQ(platform.location.stops(), 1) << "updates are left as they are";
+    deliver({tokyo});
+    EXPECT_EQ(CircadianSchedulerInspector::sunTimes(),
+              CircadianSchedulerInspector::calculateSunTimes(tokyo.latitude, tokyo.longitude));
+    EXPECT_EQ(platform.location.stops(), 2);
+}
+
+TEST_F(LocatedScheduler, AFixThatArrivesWhileTheScheduleIsOffIsKeptForLater) {
+    scheduler().start();
+    state().scheduleEnabled = false;
+    deliver({tokyo});
+    EXPECT_EQ(state().activePresetID.get(), "natural");
+    EXPECT_EQ(platform.location.stops(), 1);
+    state().scheduleEnabled = true;
+    scheduler().tick();
+    EXPECT_EQ(state().activePresetID.get(), "sleep") << "12:00 UTC is three hours and more after Tokyo's sunset";
+}
+
 TEST_F(LocatedScheduler, AFailureChangesNothingAndALaterRequestWorks) {
     scheduler().start();
     platform.location.fail();
@@ -211,47 +302,6 @@ TEST_F(LocatedScheduler, TheFixIsKeptWhileTheLocationIsNotWantedAndIsNeverStored
     state().scheduleUsesLocation = true;
     EXPECT_NE(CircadianSchedulerInspector::sunTimes(), std::pair(at(6, 0), at(18, 0)));
     EXPECT_EQ(platform.settings.values.size(), 14U) << "the settings and nothing else";
-}
-
-// --- A whole year ---
-
-TEST_F(LocatedScheduler, AYearInTenCitiesChangesAtEveryBoundaryAndMakesNoOtherCall) {
-    // The fix of each city in turn, the year from the first minute of 2026 in UTC.
-    constexpr std::array cities{Location{0.0, 0.0},     Location{51.5, -0.1},  Location{40.7, -74.0},
-                                Location{-33.9, 151.2}, Location{35.7, 139.7}, Location{28.6, 77.2},
-                                Location{-34.6, -58.4}, Location{64.1, -21.9}, Location{69.6, 18.9},
-                                Location{-77.8, 166.7}};
-    platform.clock.jump(Instant(Seconds(1767225600)) - platform.clock.now());
-    scheduler().start();
-    for (const auto& city : cities) {
-        scheduler().requestLocation();
-        deliver({city});
-        platform.advance(Seconds(3)); // the fade to this city's preset
-        std::size_t changes = 0;
-        const auto subscription = state().activePresetID.observe([&](const std::string&) { ++changes; });
-        std::size_t expectedChanges = 0;
-        std::string expected = state().activePresetID.get();
-        const auto loadsBefore = platform.displays.flushes();
-        int expectedFrames = 0;
-        for (int day = 0; day < 37; ++day) { // ten cities make a year
-            for (int minute = 0; minute < 1440; ++minute) {
-                platform.advance(Seconds(60));
-                const Instant now = platform.clock.now();
-                const auto [sunrise, sunset] =
-                    CircadianSchedulerInspector::calculateSunTimes(city.latitude, city.longitude);
-                const std::string id(CircadianSchedulerInspector::presetID(now, sunrise, sunset));
-                ASSERT_EQ(state().activePresetID.get(), id);
-                if (id != expected) {
-                    ++expectedChanges;
-                    expectedFrames += static_cast<int>(builtInPreset(id)->transitionSecs * 30);
-                    expected = id;
-                }
-            }
-        }
-        ASSERT_EQ(changes, expectedChanges);
-        platform.advance(Seconds(3));
-        ASSERT_EQ(platform.displays.flushes() - loadsBefore, expectedFrames) << city.latitude;
-    }
 }
 
 } // namespace

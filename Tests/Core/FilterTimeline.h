@@ -73,6 +73,7 @@ class FilterTimeline {
         void load(DisplayID display, std::span<const float> red, std::span<const float> green,
                   std::span<const float> blue) override;
         void flush() override;
+        void reload() override {}
         void restoreCalibration() override;
 
       private:

@@ -1,5 +1,6 @@
 #include "Core/SchedulePhases.h"
 
+#include "Core/ExpectedSchedule.h"
 #include "Core/Preset.h"
 
 #include <array>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
 
 namespace nocta {
 namespace {
@@ -56,46 +58,38 @@ TEST(SchedulePhases, AnEarlySunriseLeavesNoNightBeforeDawn) {
     EXPECT_EQ(schedulePhase(0, 0, at(20, 0)), SchedulePhase::dawn);
 }
 
-/// The same rule as a table: the boundaries in their order, and what holds before each.
-std::vector<SchedulePhase> tableOfTheDay(std::int64_t sunrise, std::int64_t sunset) {
-    struct Boundary {
-        std::int64_t end;
-        SchedulePhase phase;
-    };
-    const std::array boundaries{
-        Boundary{sunrise - 90, SchedulePhase::nightBeforeDawn},
-        Boundary{sunrise - 30, SchedulePhase::preDawn},
-        Boundary{sunrise + 60, SchedulePhase::dawn},
-        Boundary{sunset - 90, SchedulePhase::daytime},
-        Boundary{sunset, SchedulePhase::lateAfternoon},
-        Boundary{sunset + 60, SchedulePhase::dusk},
-        Boundary{sunset + 180, SchedulePhase::evening},
-        Boundary{10000, SchedulePhase::night},
-    };
-    std::vector<SchedulePhase> day;
-    for (const auto& boundary : boundaries) {
-        while (static_cast<std::int64_t>(day.size()) < std::min<std::int64_t>(boundary.end, 1440)) {
-            day.push_back(boundary.phase);
+/// Each minute of a day lies in one row of the table, and in no other.
+void expectTheTable(std::int64_t sunrise, std::int64_t sunset) {
+    const auto table = expected::phases(sunrise, sunset);
+    for (std::int64_t minute = 0; minute < 1440; ++minute) {
+        std::vector<std::size_t> rows;
+        for (std::size_t row = 0; row < table.size(); ++row) {
+            if (table[row].begin <= minute && minute < table[row].end) {
+                rows.push_back(row);
+            }
         }
+        ASSERT_EQ(rows.size(), 1U) << minute << " with " << sunrise << " and " << sunset;
+        const auto phase = schedulePhase(minute, sunrise, sunset);
+        ASSERT_EQ(static_cast<std::size_t>(phase), rows.front()) << minute << " with " << sunrise << " and " << sunset;
+        ASSERT_EQ(presetID(phase), table[rows.front()].preset);
     }
-    return day;
 }
 
-TEST(SchedulePhases, EveryMinuteOfEveryDayAgreesWithTheTableAlsoSwappedEqualAndAtTheEnds) {
+TEST(SchedulePhases, EveryMinuteIsInThePhaseOfTheTableAlsoWithTheTimesSwappedEqualOrAtTheEndsOfTheDay) {
     std::vector<std::int64_t> anchors{1, 29, 30, 89, 90, 91, 1349, 1379, 1380, 1438, 1439};
-    for (std::int64_t anchor = 0; anchor < 1440; anchor += 37) {
+    for (std::int64_t anchor = 0; anchor < 1440; anchor += 53) {
         anchors.push_back(anchor);
     }
     for (const auto sunrise : anchors) {
         for (const auto sunset : anchors) {
-            const auto day = tableOfTheDay(sunrise, sunset);
-            ASSERT_EQ(day.size(), 1440U);
-            for (std::int64_t minute = 0; minute < 1440; ++minute) {
-                ASSERT_EQ(schedulePhase(minute, sunrise, sunset), day[static_cast<std::size_t>(minute)])
-                    << minute << " with " << sunrise << " and " << sunset;
-            }
+            ASSERT_NO_FATAL_FAILURE(expectTheTable(sunrise, sunset));
         }
     }
+}
+
+RC_GTEST_PROP(SchedulePhasesProperty, EveryMinuteOfAnyDayIsInThePhaseOfTheTable, ()) {
+    expectTheTable(*rc::gen::inRange(0, 1440), *rc::gen::inRange(0, 1440));
+    RC_ASSERT(!testing::Test::HasFatalFailure());
 }
 
 TEST(SchedulePhases, EveryPhaseHasABuiltInPresetAndCinemaIsNone) {
