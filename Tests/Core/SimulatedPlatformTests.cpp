@@ -143,6 +143,19 @@ TEST_F(SimulatedRunLoopTest, AnIntervalThatIsNoneIsDueAtTheNextTurnAndNotInsideT
     }
 }
 
+TEST_F(SimulatedRunLoopTest, ATimerOfNoLengthAskedForByACallbackTakesATurnSoThatTimePasses) {
+    std::unique_ptr<Timer> timer;
+    int firings = 0;
+    std::function<void()> again = [&] {
+        if (++firings < 100'000) { // time does not pass: without this the test would not end
+            timer = loop.oneShot(Seconds(firings % 2 - 1), again);
+        }
+    };
+    loop.async(again);
+    loop.advance(Seconds(0.01));
+    EXPECT_EQ(firings, 101) << "the task's, then one every 100 microseconds";
+}
+
 struct NoInterval {
     const char* name;
     double seconds;
@@ -254,6 +267,7 @@ TEST(SimulatedPlatform, InstallsAllOfItself) {
     EXPECT_EQ(Platform::current().calendar, &platform.calendar);
     EXPECT_EQ(Platform::current().settings, &platform.settings);
     EXPECT_EQ(Platform::current().displays, &platform.displays);
+    EXPECT_EQ(Platform::current().windows, &platform.windows);
 }
 
 TEST(SimulatedClock, StartsAtNoonOfTheTwentiethOfMarch2026) {
@@ -337,6 +351,36 @@ TEST(SimulatedCalendar, CountsTheDaysOfTheYear) {
     EXPECT_EQ(calendar.dayOfYear(calendar.instant({2026, 1, 1, 0, 0, 0}).value()), 1);
     EXPECT_EQ(calendar.dayOfYear(calendar.instant({2024, 12, 31, 23, 59, 59}).value()), 366);
     EXPECT_EQ(calendar.dayOfYear(calendar.instant({2026, 3, 1, 12, 0, 0}).value()), 60);
+}
+
+/// Berlin's clocks in 2026: an hour forward on 29 March and back on 25 October, each at 01:00 UTC.
+class CalendarWithSummerTime : public testing::Test {
+  protected:
+    static constexpr Instant forward{Seconds(1774746000)};
+    static constexpr Instant back{Seconds(1792890000)};
+
+    CalendarWithSummerTime() {
+        calendar.offset = Seconds(3600);
+        calendar.changes = {{.at = forward, .offset = Seconds(7200)}, {.at = back, .offset = Seconds(3600)}};
+    }
+
+    SimulatedCalendar calendar;
+};
+
+TEST_F(CalendarWithSummerTime, FollowsTheChangesOfItsZone) {
+    EXPECT_EQ(calendar.components(forward - Seconds(1)), (DateComponents{2026, 3, 29, 1, 59, 59}));
+    EXPECT_EQ(calendar.components(forward), (DateComponents{2026, 3, 29, 3, 0, 0}));
+    EXPECT_EQ(calendar.offsetFromUTC(forward), Seconds(7200));
+    EXPECT_EQ(calendar.components(back - Seconds(1)), (DateComponents{2026, 10, 25, 2, 59, 59}));
+    EXPECT_EQ(calendar.components(back), (DateComponents{2026, 10, 25, 2, 0, 0}));
+    EXPECT_EQ(calendar.instant({2026, 7, 1, 12, 0, 0}), Instant(Seconds(1782900000)));  // 10:00 UTC
+    EXPECT_EQ(calendar.instant({2026, 12, 1, 12, 0, 0}), Instant(Seconds(1796122800))); // 11:00 UTC
+    EXPECT_EQ(calendar.dayOfYear(Instant(Seconds(1782858600))), 182) << "00:30 on 1 July, 22:30 UTC on 30 June";
+}
+
+TEST_F(CalendarWithSummerTime, ALocalTimeThatComesTwiceIsTheFirstAndOneThatIsSkippedLiesAfterTheChange) {
+    EXPECT_EQ(calendar.instant({2026, 10, 25, 2, 30, 0}), back - Seconds(1800));
+    EXPECT_EQ(calendar.instant({2026, 3, 29, 2, 30, 0}), forward + Seconds(1800));
 }
 
 TEST(SimulatedCalendar, GivesNoInstantWhileItIsBroken) {

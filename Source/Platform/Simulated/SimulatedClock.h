@@ -3,6 +3,8 @@
 #include "Platform/Clock.h"
 #include "Platform/Simulated/SimulatedRunLoop.h"
 
+#include <vector>
+
 namespace nocta {
 
 /// A wall clock that follows the virtual time of a run loop, and jumps when it is told to.
@@ -21,18 +23,26 @@ class SimulatedClock final : public Clock {
     Instant start;
 };
 
-/// The proleptic Gregorian calendar in a zone of one fixed offset.
+/// The proleptic Gregorian calendar in a zone whose rules a test writes.
 class SimulatedCalendar final : public Calendar {
   public:
-    /// Seconds east of UTC.
+    struct ZoneChange {
+        Instant at;
+        Seconds offset{0};
+    };
+
+    /// Seconds east of UTC, until the first of the changes.
     Seconds offset{0};
+    /// In order of their instants, as summer time brings them. A local time that comes twice is its first instant; one
+    /// that is skipped is as long after the change as it would be without.
+    std::vector<ZoneChange> changes;
     /// While true, no instant can be built.
     bool isBroken = false;
 
     [[nodiscard]] std::optional<DateComponents> components(Instant instant) const override;
     [[nodiscard]] std::optional<Instant> instant(const DateComponents& components) const override;
     [[nodiscard]] std::optional<int> dayOfYear(Instant instant) const override;
-    [[nodiscard]] Seconds offsetFromUTC(Instant /*instant*/) const override { return offset; }
+    [[nodiscard]] Seconds offsetFromUTC(Instant instant) const override;
 };
 
 } // namespace nocta

@@ -12,7 +12,7 @@ class SimulatedRunLoop::SimulatedTimer final : public Timer {
   public:
     SimulatedTimer(SimulatedRunLoop& loop, Seconds interval, bool repeats, std::function<void()> callback)
         : loop(loop),
-          interval(repeats && !(interval > shortestRepeat) ? shortestRepeat : interval),
+          interval(wouldStopTime(loop, interval, repeats) ? shortestTurn : interval),
           repeats(repeats),
           start(loop.now),
           callback(std::make_shared<std::function<void()>>(std::move(callback))) {
@@ -39,8 +39,9 @@ class SimulatedRunLoop::SimulatedTimer final : public Timer {
     }
 
   private:
-    // A repeating timer of no length would keep virtual time from passing.
-    static constexpr Seconds shortestRepeat = std::chrono::microseconds(100);
+    static bool wouldStopTime(const SimulatedRunLoop& loop, Seconds interval, bool repeats) {
+        return repeats ? !(interval > shortestTurn) : loop.isAdvancing && !(interval > Seconds::zero());
+    }
 
     void scheduleNext() {
         ++count;
@@ -62,6 +63,7 @@ class SimulatedRunLoop::SimulatedTimer final : public Timer {
 
 void SimulatedRunLoop::advance(Seconds duration) {
     const Nanoseconds end = now + timerInterval(duration).value();
+    isAdvancing = true;
     runTasks();
     while (!timers.empty() && timers.begin()->first.first <= end) {
         const auto [key, timer] = *timers.begin();
@@ -71,6 +73,7 @@ void SimulatedRunLoop::advance(Seconds duration) {
         runTasks();
     }
     now = end;
+    isAdvancing = false;
 }
 
 std::unique_ptr<Timer> SimulatedRunLoop::oneShot(Seconds delay, std::function<void()> callback) {

@@ -10,10 +10,15 @@
 namespace nocta {
 
 /// A run loop on virtual time: nothing happens until `advance`, and then everything that is due, in order of its
-/// instant and, at one instant, of its scheduling.
+/// instant and, at one instant, of its scheduling. A turn of the loop takes no time, unless a callback asks for the
+/// next one by a timer of no length: virtual time passes whatever is asked for.
 class SimulatedRunLoop final : public RunLoop {
   public:
     using Nanoseconds = std::chrono::nanoseconds;
+
+    /// What a timer of no length takes where it would otherwise keep virtual time from passing: if it repeats, and if a
+    /// callback asks for it.
+    static constexpr Nanoseconds shortestTurn = std::chrono::microseconds(100);
 
     /// Runs the tasks handed over, then lets time pass and fires what falls due on the way, the end included. What the
     /// callbacks schedule takes part.
@@ -41,6 +46,7 @@ class SimulatedRunLoop final : public RunLoop {
     Key schedule(Nanoseconds due, SimulatedTimer& timer);
 
     Nanoseconds now{0};
+    bool isAdvancing = false;
     std::uint64_t scheduled = 0;
     std::map<Key, SimulatedTimer*> timers;
     std::deque<std::function<void()>> tasks;
