@@ -1,5 +1,7 @@
 #include "Core/Preset.h"
 
+#include "Core/FatalError.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -68,6 +70,15 @@ std::tuple<double, double, double> Preset::rgb() const {
 const Preset* builtInPreset(std::string_view id) {
     const auto* found = std::ranges::find(Preset::builtIn, id, &Preset::id);
     return found == Preset::builtIn.end() ? nullptr : found;
+}
+
+const Preset& nextPreset(std::span<const Preset> presets, std::string_view id) {
+    if (presets.empty()) {
+        fatalError("Division by zero in remainder operation");
+    }
+    const auto found = std::ranges::find(presets, id, &Preset::id);
+    const auto current = found == presets.end() ? 0 : static_cast<std::size_t>(found - presets.begin());
+    return presets[(current + 1) % presets.size()];
 }
 
 void to_json(nlohmann::json& json, const Preset& preset) {

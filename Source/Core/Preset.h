@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -34,6 +35,10 @@ struct Preset {
 
 /// The built-in preset of that id; null for "custom" and every other id.
 [[nodiscard]] const Preset* builtInPreset(std::string_view id);
+
+/// The preset after the one of that id, the first after the last. An id that none has counts as the first's, so that
+/// cycling on from custom values gives the second. `fatalError` for an empty list.
+[[nodiscard]] const Preset& nextPreset(std::span<const Preset> presets, std::string_view id);
 
 /// A JSON object whose members are the seven fields.
 void to_json(nlohmann::json& json, const Preset& preset);

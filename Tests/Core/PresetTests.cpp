@@ -1,5 +1,6 @@
 #include "Core/Preset.h"
 
+#include "Core/FatalExit.h"
 #include "Core/Generators.h"
 
 #include <cstdint>
@@ -107,6 +108,44 @@ TEST(Preset, ColourFactorsFollowAChangedTemperatureAndIgnoreTheBrightness) {
     EXPECT_EQ(r, 1.0);
     EXPECT_NEAR(g, 0.5167, 0.00005);
     EXPECT_EQ(b, 0.0);
+}
+
+/// Presets of these ids, which differ in nothing else.
+std::vector<Preset> presetsNamed(const std::vector<std::string>& ids) {
+    std::vector<Preset> presets;
+    for (const auto& id : ids) {
+        presets.push_back({.id = id, .name = {}, .icon = {}});
+    }
+    return presets;
+}
+
+TEST(NextPreset, StepsThroughTheListInItsOrderAndFromTheLastToTheFirst) {
+    std::string id = "natural";
+    for (const std::string next : {"focus", "dusk", "evening", "sleep", "cinema", "natural"}) {
+        id = nextPreset(Preset::builtIn, id).id;
+        EXPECT_EQ(id, next);
+    }
+}
+
+TEST(NextPreset, IsTheSecondWhereNoPresetIsActive) {
+    for (const char* id : {"custom", "", "Cinema", "moonlight"}) {
+        EXPECT_EQ(nextPreset(Preset::builtIn, id).id, "focus") << id;
+    }
+}
+
+TEST(NextPreset, OfASinglePresetIsItself) {
+    const auto presets = presetsNamed({"only"});
+    EXPECT_EQ(&nextPreset(presets, "only"), &presets.front());
+    EXPECT_EQ(&nextPreset(presets, "custom"), &presets.front());
+}
+
+TEST(NextPreset, FollowsTheFirstOfTwoOfOneId) {
+    const auto presets = presetsNamed({"a", "b", "a", "c"});
+    EXPECT_EQ(nextPreset(presets, "a").id, "b");
+}
+
+TEST(NextPresetDeathTest, AnEmptyListIsFatal) {
+    EXPECT_FATAL((void)nextPreset({}, "natural"), "Division by zero in remainder operation");
 }
 
 TEST(PresetJson, NaturalEncodesAsSevenMembers) {
