@@ -1,12 +1,13 @@
 #include "Platform/DBus/BusApplicationHost.h"
 
+#include "Platform/DBus/SessionBusName.h"
+
 #include <utility>
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
-#include <QFileInfo>
 
 namespace nocta {
 
@@ -18,16 +19,6 @@ const QString applicationInterface = QStringLiteral("org.freedesktop.Application
 
 /// How long the running program may take to answer.
 constexpr int activationTimeoutMilliseconds = 1000;
-
-/// Whether the environment names a session bus. Without one the bus library would look for other ways to get one, up to
-/// starting it.
-bool isBusNamed() {
-    if (qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS")) {
-        return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS");
-    }
-    return qEnvironmentVariableIsSet("XDG_RUNTIME_DIR") &&
-           QFileInfo::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus"));
-}
 
 /// Asks the running program to come to the front; whether it answered.
 bool activateOther(const QDBusConnection& bus) {
@@ -88,7 +79,7 @@ BusApplicationHost::~BusApplicationHost() {
 }
 
 ApplicationHost::Claim BusApplicationHost::claim(std::function<void()> onActivate) {
-    if (!isBusNamed()) {
+    if (!isSessionBusNamed()) {
         return Claim::unavailable;
     }
     auto bus = QDBusConnection::sessionBus();
