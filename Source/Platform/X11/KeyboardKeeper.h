@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Platform/X11/XConnection.h"
+
+#include <vector>
+
+namespace nocta {
+
+/// The keyboard's focus of an X server, taken to one window of ours and given back to the window that had it.
+class KeyboardKeeper {
+  public:
+    /// `server` outlives this.
+    KeyboardKeeper(const XConnection& server, xcb_window_t window);
+
+    /// Takes the focus, unless the window has it; whether it had to. The window must be viewable.
+    bool take();
+    /// Gives the focus, if the window still has it, to the window that had it first, or where that is not on the screen
+    /// any more, to whichever has asked for it last.
+    void giveBack();
+
+  private:
+    [[nodiscard]] xcb_window_t focused() const;
+    [[nodiscard]] bool isViewable(xcb_window_t other) const;
+
+    const XConnection& server;
+    xcb_window_t window;
+    std::vector<xcb_window_t> owners; ///< from whom it was taken, in that order, each once
+};
+
+} // namespace nocta
