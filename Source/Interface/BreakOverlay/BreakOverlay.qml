@@ -1,0 +1,110 @@
+import QtQuick
+import Nocta
+
+// One column around the middle of the screen.
+Item {
+    id: root
+
+    required property OverlayModel model
+
+    anchors.fill: parent
+    enabled: model.takesInput
+    opacity: model.opacity
+
+    Item {
+        id: column
+
+        // The column is made for screens of every usual size; on a smaller one it shrinks rather than lose the button.
+        readonly property real fittingHeight: 2 * Math.max(root.height / 2 - eye.y, skip.y + skip.height - root.height / 2) + 32
+
+        anchors.fill: parent
+        scale: Math.min(1, root.height / fittingHeight, root.width / 360)
+
+        Symbol {
+            id: eye
+
+            anchors.horizontalCenter: parent.horizontalCenter
+            y: parent.height / 2 - 170 - height / 2
+            width: root.model.eye.font.pixelSize * 1.25
+            height: root.model.eye.font.pixelSize * 1.2
+            name: "eye.rest"
+            color: root.model.eye.color
+        }
+
+        Text {
+            id: title
+
+            anchors.horizontalCenter: parent.horizontalCenter
+            anchors.top: eye.bottom
+            anchors.topMargin: 12
+            text: root.model.title.text
+            font: root.model.title.font
+            color: root.model.title.color
+
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+
+        Text {
+            id: subtitle
+
+            anchors.horizontalCenter: parent.horizontalCenter
+            anchors.top: title.bottom
+            anchors.topMargin: 8
+            width: Math.min(implicitWidth, 560, root.width / column.scale - 48)
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.WordWrap
+            text: root.model.subtitle.text
+            font: root.model.subtitle.font
+            color: root.model.subtitle.color
+
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+
+        Figures {
+            id: countdown
+
+            anchors.horizontalCenter: parent.horizontalCenter
+            anchors.top: subtitle.bottom
+            anchors.topMargin: 36
+            text: root.model.countdown.text
+            font: root.model.countdown.font
+            color: root.model.countdown.color
+        }
+
+        Rectangle {
+            id: progressBar
+
+            anchors.horizontalCenter: parent.horizontalCenter
+            anchors.top: countdown.bottom
+            anchors.topMargin: 20
+            width: 280
+            height: 6
+            radius: height / 2
+            color: Qt.rgba(1, 1, 1, 0.12)
+
+            Rectangle {
+                width: parent.width * root.model.progress
+                height: parent.height
+                radius: parent.radius
+                color: root.model.countdown.color
+            }
+
+            Accessible.role: Accessible.ProgressBar
+            Accessible.name: root.model.countdown.text
+        }
+
+        OverlayButton {
+            id: skip
+
+            anchors.horizontalCenter: parent.horizontalCenter
+            anchors.top: progressBar.bottom
+            anchors.topMargin: 28
+            title: root.model.skip.text
+            font: root.model.skip.font
+            tint: root.model.skip.color
+            onClicked: root.model.skipPressed()
+        }
+    }
+}

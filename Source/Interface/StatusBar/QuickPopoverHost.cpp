@@ -1,0 +1,169 @@
+#include "Interface/StatusBar/QuickPopoverHost.h"
+
+#include "Interface/QmlModule.h"
+#include "Interface/StatusBar/PopoverFrame.h"
+#include "Interface/StatusBar/PopoverPlacement.h"
+#include "Interface/Theme.h"
+
+#include <optional>
+#include <utility>
+
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+
+namespace nocta {
+
+namespace {
+
+/// Between the item and the arrow's tip, or the edge of a popover without arrow.
+constexpr double gapToItem = 1;
+/// To the edges of the work area.
+constexpr double margin = 8;
+
+} // namespace
+
+class QuickPopoverHost::QuickPopover final : public Popover {
+  public:
+    QuickPopover(QuickPopoverHost& host, const PopoverStyle& style) : host(host), style(style) {}
+    QuickPopover(const QuickPopover&) = delete;
+    QuickPopover& operator=(const QuickPopover&) = delete;
+    ~QuickPopover() override { performClose(); }
+
+    [[nodiscard]] bool isShown() const override { return shown; }
+
+    void show(const std::optional<Rectangle>& anchor, Edge /*preferredEdge*/) override {
+        givingUp.reset();
+        if (!scene) {
+            scene = host.makeScene();
+        }
+        const bool wasShown = std::exchange(shown, true);
+        if (!wasShown && scene->shownChanged) {
+            scene->shownChanged(true);
+        }
+        if (!stage) {
+            stage = std::make_unique<Stage>(*this);
+        }
+        stage->show(anchor);
+    }
+
+    void makeKey() override {
+        if (shown) {
+            stage->surface->takeKeyboard();
+        }
+    }
+
+    void performClose() override {
+        if (!std::exchange(shown, false)) {
+            return;
+        }
+        stage->surface->hide();
+        if (scene->shownChanged) {
+            scene->shownChanged(false);
+        }
+        givingUp = host.loop.oneShot(sceneLife, [this] {
+            stage.reset();
+            host.sceneGone();
+            givingUp.reset();
+        });
+    }
+
+  private:
+    /// Window and items, from an opening until some time after the closing.
+    class Stage {
+      public:
+        explicit Stage(QuickPopover& popover) : popover(popover) {
+            QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+            registerQmlModule();
+            window.emplace();
+            auto format = window->format();
+            format.setAlphaBufferSize(8);
+            window->setFormat(format);
+            window->setColor(Qt::transparent);
+            window->setTitle(QStringLiteral("Nocta"));
+            surface = popover.host.makeSurface(*window);
+
+            frame = new PopoverFrame(window->contentItem());
+            frame->setFlag(QQuickItem::ItemIsFocusScope);
+            frame->setFocus(true);
+            // Not from within the event, whose items a closing may give up.
+            QObject::connect(
+                frame, &PopoverFrame::escapePressed, frame, [&popover] { popover.performClose(); },
+                Qt::QueuedConnection);
+            QObject::connect(&Theme::shared(), &Theme::changed, frame, [this] { showColors(); });
+
+            engine = std::make_unique<QQmlEngine>();
+            QQmlComponent component(engine.get(), popover.scene->source);
+            auto properties = popover.scene->properties ? popover.scene->properties() : QVariantMap();
+            properties.insert(QStringLiteral("parent"), QVariant::fromValue(static_cast<QQuickItem*>(frame)));
+            content = qobject_cast<QQuickItem*>(component.createWithInitialProperties(properties));
+            if (content != nullptr) {
+                content->setParent(frame);
+                content->setFocus(true);
+            }
+        }
+        Stage(const Stage&) = delete;
+        Stage& operator=(const Stage&) = delete;
+        ~Stage() {
+            surface.reset();
+            // The items before the engine that their bindings belong to.
+            window.reset();
+        }
+
+        void show(const std::optional<Rectangle>& anchor) {
+            const bool isTranslucent = surface->isTranslucent();
+            const auto& size = popover.style.contentSize;
+            const auto placement = placePopover(surface->surroundings(anchor), size,
+                                                gapToItem + (isTranslucent ? PopoverFrame::arrowLength : 0), margin);
+            frame->arrange(isTranslucent, QSizeF(size.width, size.height), placement.facing, placement.pointer);
+            if (content != nullptr) {
+                content->setPosition(frame->body().topLeft());
+                content->setSize(frame->body().size());
+                content->setProperty("cornerRadius", isTranslucent ? PopoverFrame::cornerRadius : 0.0);
+                content->setProperty("blendsWithWhatIsBehind", isTranslucent);
+            }
+            showColors();
+            const auto& body = placement.body;
+            surface->show({.x = body.x - frame->body().x(),
+                           .y = body.y - frame->body().y(),
+                           .width = frame->width(),
+                           .height = frame->height()},
+                          body);
+        }
+
+        std::unique_ptr<PopoverSurface> surface;
+
+      private:
+        void showColors() {
+            const auto& theme = Theme::shared();
+            frame->setColors(theme.background(), theme.divider());
+        }
+
+        QuickPopover& popover;
+        std::unique_ptr<QQmlEngine> engine;
+        std::optional<QQuickWindow> window;
+        PopoverFrame* frame = nullptr; ///< the window's
+        QQuickItem* content = nullptr; ///< the frame's
+    };
+
+    QuickPopoverHost& host;
+    PopoverStyle style;
+    std::optional<PopoverScene> scene;
+    std::unique_ptr<Stage> stage;
+    bool shown = false;
+    std::unique_ptr<Timer> givingUp;
+};
+
+QuickPopoverHost::QuickPopoverHost(RunLoop& loop, MakeSurface makeSurface, std::function<PopoverScene()> makeScene,
+                                   std::function<void()> sceneGone)
+    : loop(loop),
+      makeSurface(std::move(makeSurface)),
+      makeScene(std::move(makeScene)),
+      sceneGone(std::move(sceneGone)) {}
+
+std::unique_ptr<Popover> QuickPopoverHost::makePopover(const PopoverStyle& style) {
+    return std::make_unique<QuickPopover>(*this, style);
+}
+
+} // namespace nocta

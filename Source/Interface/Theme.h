@@ -1,0 +1,110 @@
+#pragma once
+
+#include "Interface/Bands.h"
+#include "Platform/Appearance.h"
+#include "Platform/WindowHost.h"
+
+#include <memory>
+
+#include <QColor>
+#include <QFont>
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+class QJSEngine;
+class QQmlEngine;
+
+namespace nocta {
+
+/// How everything looks: the one place of colours and text styles. Follows the desktop's preferences while the program
+/// runs. Main thread only, needs the application object.
+class Theme final : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(bool dark READ isDark NOTIFY changed FINAL)
+    /// Whether something may move for the sake of looks.
+    Q_PROPERTY(bool animates READ animates NOTIFY changed FINAL)
+
+    Q_PROPERTY(QColor blue READ blue NOTIFY changed FINAL)
+    Q_PROPERTY(QColor orange READ orange NOTIFY changed FINAL)
+    Q_PROPERTY(QColor green READ green NOTIFY changed FINAL)
+    Q_PROPERTY(QColor primary READ primary NOTIFY changed FINAL)
+    Q_PROPERTY(QColor secondary READ secondary NOTIFY changed FINAL)
+    Q_PROPERTY(QColor tertiary READ tertiary NOTIFY changed FINAL)
+    Q_PROPERTY(QColor background READ background NOTIFY changed FINAL)
+    /// Of the tab bar: the background once more, a little apart from it.
+    Q_PROPERTY(QColor bar READ bar NOTIFY changed FINAL)
+    Q_PROPERTY(QColor divider READ divider NOTIFY changed FINAL)
+    /// Of what is empty in a control: a track, a segmented control's bed, a switch that is off.
+    Q_PROPERTY(QColor trough READ trough NOTIFY changed FINAL)
+    Q_PROPERTY(QColor switchedOff READ switchedOff NOTIFY changed FINAL)
+    /// Of what lies on a trough or is pressed: the chosen segment, a bordered button.
+    Q_PROPERTY(QColor raised READ raised NOTIFY changed FINAL)
+    Q_PROPERTY(QColor raisedBorder READ raisedBorder NOTIFY changed FINAL)
+    Q_PROPERTY(QColor hover READ hover NOTIFY changed FINAL)
+    Q_PROPERTY(QColor pressed READ pressed NOTIFY changed FINAL)
+    Q_PROPERTY(QColor focusRing READ focusRing NOTIFY changed FINAL)
+
+    Q_PROPERTY(QFont headline READ headline NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont body READ body NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont subheadline READ subheadline NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont caption READ caption NOTIFY fontsChanged FINAL)
+
+  public:
+    /// Created on first use, never destroyed. Asks the platform's Appearance, and where that has no answer, or there is
+    /// none, the application's palette.
+    static Theme& shared();
+    /// The shared one, for every engine.
+    static Theme* create(QQmlEngine* engine, QJSEngine* scriptEngine);
+
+    [[nodiscard]] ColorScheme scheme() const { return currentScheme; }
+    [[nodiscard]] bool isDark() const { return currentScheme == ColorScheme::dark; }
+    [[nodiscard]] bool animates() const { return !stillness; }
+    [[nodiscard]] QColor color(const BandColor& color) const;
+
+    [[nodiscard]] QColor blue() const { return color(SystemColor::blue); }
+    [[nodiscard]] QColor orange() const { return color(SystemColor::orange); }
+    [[nodiscard]] QColor green() const { return color(SystemColor::green); }
+    [[nodiscard]] QColor primary() const { return label(LabelLevel::primary); }
+    [[nodiscard]] QColor secondary() const { return label(LabelLevel::secondary); }
+    [[nodiscard]] QColor tertiary() const { return label(LabelLevel::tertiary); }
+    [[nodiscard]] QColor background() const;
+    [[nodiscard]] QColor bar() const;
+    [[nodiscard]] QColor divider() const;
+    [[nodiscard]] QColor trough() const;
+    [[nodiscard]] QColor switchedOff() const;
+    [[nodiscard]] QColor raised() const;
+    [[nodiscard]] QColor raisedBorder() const;
+    [[nodiscard]] QColor hover() const;
+    [[nodiscard]] QColor pressed() const;
+    [[nodiscard]] QColor focusRing() const;
+
+    /// In the desktop's own typeface, in logical pixels.
+    [[nodiscard]] static QFont headline();
+    [[nodiscard]] static QFont body();
+    [[nodiscard]] static QFont subheadline();
+    [[nodiscard]] static QFont caption();
+    /// For texts to be read from afar, `size` logical pixels high: in Inter, for its thin and semibold weights; where
+    /// it is not installed, in the desktop's own typeface.
+    [[nodiscard]] static QFont display(double size, FontWeight weight);
+
+  Q_SIGNALS:
+    void changed();
+    void fontsChanged();
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    Theme();
+
+    [[nodiscard]] QColor label(LabelLevel level) const;
+    void update();
+
+    std::unique_ptr<AppearanceObserver> observer;
+    ColorScheme currentScheme = ColorScheme::light;
+    bool stillness = false;
+};
+
+} // namespace nocta

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Platform/X11/XConnection.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+namespace nocta::test {
+
+struct Point {
+    int x = 0;
+    int y = 0;
+
+    bool operator==(const Point&) const = default;
+};
+
+/// What stands on the whole screen of the X server that DISPLAY names, without its gamma ramps.
+class ScreenPicture {
+  public:
+    /// Taken now.
+    ScreenPicture();
+
+    [[nodiscard]] int width() const { return columns; }
+    [[nodiscard]] int height() const { return rows; }
+    /// 0xRRGGBB.
+    [[nodiscard]] std::uint32_t at(int x, int y) const {
+        return pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(columns) + static_cast<std::size_t>(x)] &
+               0xFFFFFFU;
+    }
+    /// How many pixels have exactly that colour.
+    [[nodiscard]] std::size_t count(std::uint32_t color) const;
+    /// The middle of the pixels of exactly that colour, where there are any.
+    [[nodiscard]] std::optional<Point> middle(std::uint32_t color) const;
+    /// Writes it as a PPM file, to be looked at.
+    void write(const std::filesystem::path& file) const;
+
+  private:
+    int columns = 0;
+    int rows = 0;
+    std::vector<std::uint32_t> pixels;
+};
+
+} // namespace nocta::test
