@@ -1,6 +1,9 @@
 #include "App/BackEnds.h"
 
+#include "Platform/X11/EwmhWorkspace.h"
 #include "Platform/X11/RandrDisplayService.h"
+#include "Platform/X11/X11SurfaceHost.h"
+#include "Platform/X11/XInputEventMonitor.h"
 
 #include <array>
 
@@ -20,19 +23,52 @@ std::unique_ptr<DisplayService> makeRandr(RunLoop& loop, const std::function<voi
 
 constexpr std::array<MakeDisplayService, 1> displayServices{&makeRandr};
 
+template <class Service>
+using Make = std::unique_ptr<Service> (*)(RunLoop&);
+
+template <class Service, class BackEnd>
+std::unique_ptr<Service> make(RunLoop& loop) {
+    return std::make_unique<BackEnd>(loop);
+}
+
+constexpr std::array<Make<Workspace>, 1> workspaces{&make<Workspace, EwmhWorkspace>};
+constexpr std::array<Make<EventMonitor>, 1> eventMonitors{&make<EventMonitor, XInputEventMonitor>};
+
+/// The first that can serve; null where none can.
+template <class Makers, class... Arguments>
+auto firstAvailable(const Makers& makers, Arguments&... arguments) -> decltype(makers.front()(arguments...)) {
+    for (const auto make : makers) {
+        if (auto service = make(arguments...); service->isAvailable()) {
+            return service;
+        }
+    }
+    return nullptr;
+}
+
 } // namespace
 
 std::optional<std::string> displayServerName() {
     return XConnection::serverName();
 }
 
+const char* reachableWindowSystem() {
+    return XConnection().isLost() ? nullptr : "xcb";
+}
+
 std::unique_ptr<DisplayService> makeDisplayService(RunLoop& loop, const std::function<void()>& onServerLost) {
-    for (const auto make : displayServices) {
-        if (auto service = make(loop, onServerLost); service->isAvailable()) {
-            return service;
-        }
-    }
-    return nullptr;
+    return firstAvailable(displayServices, loop, onServerLost);
+}
+
+std::unique_ptr<Workspace> makeWorkspace(RunLoop& loop) {
+    return firstAvailable(workspaces, loop);
+}
+
+std::unique_ptr<EventMonitor> makeEventMonitor(RunLoop& loop) {
+    return firstAvailable(eventMonitors, loop);
+}
+
+std::unique_ptr<SurfaceHost> makeSurfaceHost(RunLoop& loop) {
+    return std::make_unique<X11SurfaceHost>(loop);
 }
 
 } // namespace nocta

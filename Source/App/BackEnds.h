@@ -1,7 +1,10 @@
 #pragma once
 
 #include "Platform/DisplayService.h"
+#include "Platform/EventMonitor.h"
 #include "Platform/RunLoop.h"
+#include "Platform/SurfaceHost.h"
+#include "Platform/Workspace.h"
 
 #include <functional>
 #include <memory>
@@ -14,9 +17,20 @@ namespace nocta {
 /// the environment names none that a back end knows.
 [[nodiscard]] std::optional<std::string> displayServerName();
 
+/// Qt's name of the window system of that server, if the server answers; null where none does.
+[[nodiscard]] const char* reachableWindowSystem();
+
 /// The first display back end that can serve this session, in order of preference; null where none can. `onServerLost`
 /// is called from the run loop when the server it serves has gone.
 [[nodiscard]] std::unique_ptr<DisplayService> makeDisplayService(RunLoop& loop,
                                                                  const std::function<void()>& onServerLost);
+
+/// The same of those that tell which application is in front, and of those that see keys and clicks in other programs.
+/// Null where this session lets nobody know.
+[[nodiscard]] std::unique_ptr<Workspace> makeWorkspace(RunLoop& loop);
+[[nodiscard]] std::unique_ptr<EventMonitor> makeEventMonitor(RunLoop& loop);
+
+/// Who places this program's windows on the reachable window system; never null. Needs Qt's application.
+[[nodiscard]] std::unique_ptr<SurfaceHost> makeSurfaceHost(RunLoop& loop);
 
 } // namespace nocta

@@ -1,8 +1,14 @@
 #include "App/Program.h"
 
 #include "App/BackEnds.h"
+#include "Interface/BreakOverlay/QuickWindowHost.h"
+#include "Platform/CombinedSystemEvents.h"
 #include "Platform/DBus/BusApplicationHost.h"
+#include "Platform/DBus/BusNotificationService.h"
+#include "Platform/DBus/GeoClueLocationService.h"
+#include "Platform/DBus/LoginSystemEvents.h"
 #include "Platform/Platform.h"
+#include "Platform/Posix/KernelSystemEvents.h"
 #include "Platform/Posix/RuntimeLock.h"
 #include "Platform/Posix/SystemClock.h"
 #include "Platform/Posix/TerminationSignals.h"
@@ -11,6 +17,7 @@
 #include "Platform/Qt/QtSettingsStore.h"
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace nocta {
 
@@ -21,12 +28,17 @@ int failure(const char* reason) {
     return 1;
 }
 
+/// Whichever connection to the server notices first. Qt ends the process in just this way when it is the first; it has
+/// no way of its own to leave a server that is gone, nor is anything left to put in order.
+void endWithoutServer() {
+    std::fputs("nocta: the display server went away\n", stderr);
+    std::exit(EXIT_FAILURE);
+}
+
 } // namespace
 
-int runProgram(int argc, char** argv, ApplicationDelegate& delegate) {
-    QtApplication application(argc, argv);
-    QtRunLoop runLoop;
-
+int runProgram(char** argv, ApplicationDelegate& delegate) {
+    // Before there is an application, which a second launch needs not wait for and which needs a display server.
     BusApplicationHost host;
     switch (host.claim([] {})) {
     case ApplicationHost::Claim::primary:
@@ -47,23 +59,42 @@ int runProgram(int argc, char** argv, ApplicationDelegate& delegate) {
     if (lock.acquire("nocta-" + *server + ".lock") == RuntimeLock::Result::heldByAnother) {
         return failure("another Nocta is running on this display server");
     }
-    const auto displays = makeDisplayService(runLoop, [&application] {
-        std::fputs("nocta: the display server went away\n", stderr);
-        application.terminate(1);
-    });
+    const auto* const windowSystem = reachableWindowSystem();
+    if (windowSystem == nullptr) {
+        return failure("no display whose colours can be changed is reachable");
+    }
+
+    QtApplication application(windowSystem, argv, &endWithoutServer);
+    QtRunLoop runLoop;
+    const auto displays = makeDisplayService(runLoop, &endWithoutServer);
     if (!displays) {
         return failure("no display whose colours can be changed is reachable");
     }
 
+    const auto workspace = makeWorkspace(runLoop);
+    const auto eventMonitor = makeEventMonitor(runLoop);
+    const auto surfaces = makeSurfaceHost(runLoop);
+    QuickWindowHost windows(*surfaces, runLoop);
     SystemClock clock;
     SystemCalendar calendar;
     QtSettingsStore settings(QtSettingsStore::userFile());
+    GeoClueLocationService location;
+    KernelSystemEvents kernelEvents(runLoop);
+    LoginSystemEvents loginEvents;
+    CombinedSystemEvents systemEvents({&kernelEvents, &loginEvents});
+    BusNotificationService notifications(runLoop);
     Platform::install({.application = &application,
                        .runLoop = &runLoop,
                        .clock = &clock,
                        .calendar = &calendar,
                        .settings = &settings,
-                       .displays = displays.get()});
+                       .displays = displays.get(),
+                       .location = &location,
+                       .systemEvents = &systemEvents,
+                       .workspace = workspace.get(),
+                       .eventMonitor = eventMonitor.get(),
+                       .notifications = &notifications,
+                       .windows = &windows});
     const TerminationSignals signals(runLoop, [&application] { application.terminate(0); });
     return application.run(delegate);
 }

@@ -9,6 +9,6 @@ class ApplicationDelegate;
 ///
 /// Returns the exit status: 0 after Quit or a signal, and when a running Nocta was activated instead; 1 when there was
 /// nothing to do it with, or the display server went away.
-int runProgram(int argc, char** argv, ApplicationDelegate& delegate);
+int runProgram(char** argv, ApplicationDelegate& delegate);
 
 } // namespace nocta

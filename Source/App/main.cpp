@@ -1,7 +1,7 @@
 #include "App/AppDelegate.h"
 #include "App/Program.h"
 
-int main(int argc, char** argv) {
+int main(int /*argc*/, char** argv) {
     nocta::AppDelegate delegate;
-    return nocta::runProgram(argc, argv, delegate);
+    return nocta::runProgram(argv, delegate);
 }

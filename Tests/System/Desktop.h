@@ -47,6 +47,7 @@ class Desktop : public testing::Test {
   protected:
     Desktop() {
         std::filesystem::create_directory(runtimeFolder());
+        std::filesystem::permissions(runtimeFolder(), std::filesystem::perms::owner_all);
         displays.plug(3);
         calibration = displays.allRamps();
     }
@@ -56,7 +57,11 @@ class Desktop : public testing::Test {
 
     [[nodiscard]] Process::Environment environment() const {
         return {
-            {"HOME", home.path()}, {"XDG_CONFIG_HOME", home.path() / "config"}, {"XDG_RUNTIME_DIR", runtimeFolder()}};
+            {"HOME", home.path()},
+            {"XDG_CONFIG_HOME", home.path() / "config"},
+            {"XDG_RUNTIME_DIR", runtimeFolder()},
+            {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (home.path() / "no-system-bus").string()},
+        };
     }
 
     void writeSettings(const std::string& content) const {

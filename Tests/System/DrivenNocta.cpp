@@ -148,7 +148,7 @@ class Hand final : public ApplicationDelegate {
 
 } // namespace
 
-int main(int argc, char** argv) {
+int main(int /*argc*/, char** argv) {
     Hand hand;
-    return runProgram(argc, argv, hand);
+    return runProgram(argv, hand);
 }

@@ -2,11 +2,19 @@
 
 #include "Platform/Platform.h"
 #include "Platform/Simulated/InMemorySettingsStore.h"
+#include "Platform/Simulated/SimulatedAppearance.h"
 #include "Platform/Simulated/SimulatedApplication.h"
 #include "Platform/Simulated/SimulatedClock.h"
 #include "Platform/Simulated/SimulatedDisplayService.h"
+#include "Platform/Simulated/SimulatedEventMonitor.h"
 #include "Platform/Simulated/SimulatedLocationService.h"
+#include "Platform/Simulated/SimulatedNotificationService.h"
+#include "Platform/Simulated/SimulatedPopoverHost.h"
 #include "Platform/Simulated/SimulatedRunLoop.h"
+#include "Platform/Simulated/SimulatedStatusBar.h"
+#include "Platform/Simulated/SimulatedSystemEvents.h"
+#include "Platform/Simulated/SimulatedWindowHost.h"
+#include "Platform/Simulated/SimulatedWorkspace.h"
 
 namespace nocta {
 
@@ -16,7 +24,7 @@ class SimulatedPlatform {
     /// Noon of 20 March 2026, UTC, unless told otherwise.
     static constexpr Instant defaultStart{Seconds(1774008000)};
 
-    explicit SimulatedPlatform(Instant start = defaultStart) : clock(runLoop, start) {}
+    explicit SimulatedPlatform(Instant start = defaultStart) : clock(runLoop, start), notifications(runLoop) {}
 
     SimulatedApplication application;
     SimulatedRunLoop runLoop;
@@ -25,6 +33,14 @@ class SimulatedPlatform {
     InMemorySettingsStore settings;
     SimulatedDisplayService displays;
     SimulatedLocationService location;
+    SimulatedSystemEvents systemEvents;
+    SimulatedWorkspace workspace;
+    SimulatedEventMonitor eventMonitor;
+    SimulatedNotificationService notifications;
+    SimulatedStatusBar statusBar;
+    SimulatedPopoverHost popovers;
+    SimulatedAppearance appearance;
+    SimulatedWindowHost windows{runLoop};
 
     /// Makes this the process's platform. It outlives every shared instance.
     void install() {
@@ -34,7 +50,15 @@ class SimulatedPlatform {
                            .calendar = &calendar,
                            .settings = &settings,
                            .displays = &displays,
-                           .location = &location});
+                           .location = &location,
+                           .systemEvents = &systemEvents,
+                           .workspace = &workspace,
+                           .eventMonitor = &eventMonitor,
+                           .notifications = &notifications,
+                           .windows = &windows,
+                           .statusBar = &statusBar,
+                           .popovers = &popovers,
+                           .appearance = &appearance});
     }
 
     /// Lets time pass and fires what falls due.

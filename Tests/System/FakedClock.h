@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Desktop.h"
+
+#include <memory>
+#include <string>
+
+namespace nocta::test {
+
+/// A session whose schedule runs by manual times, 06:00 and 18:00 UTC, and whose Nocta believes in another time.
+class DesktopWithAFakedClock : public Desktop {
+  protected:
+    DesktopWithAFakedClock() {
+        writeSettings("[General]\nscheduleEnabled=true\nscheduleUsesLocation=false\n"
+                      "manualSunrise=21600\nmanualSunset=64800\n");
+    }
+
+    /// The program, for which it is now `time` ("16:29:00") on 20 March 2026. Its clock goes on from there; its
+    /// monotonic clock, by which timers count, is the true one.
+    [[nodiscard]] std::unique_ptr<Process> startAt(const std::string& program, const std::string& time) const {
+        auto faked = environment();
+        faked.emplace_back("LD_PRELOAD", NOCTA_FAKETIME_LIBRARY);
+        faked.emplace_back("FAKETIME", "@2026-03-20 " + time);
+        faked.emplace_back("FAKETIME_DONT_FAKE_MONOTONIC", "1");
+        faked.emplace_back("NO_FAKE_STAT", "1");
+        faked.emplace_back("TZ", "UTC0");
+        return std::make_unique<Process>(std::vector<std::string>{programFolder() / program}, faked);
+    }
+
+    [[nodiscard]] bool settingsSay(const std::string& line) const {
+        return settings().find(line + "\n") != std::string::npos;
+    }
+
+    const Ramps natural = warmRamps(6500, 1.0);
+    const Ramps focus = warmRamps(5000, 0.9);
+};
+
+} // namespace nocta::test

@@ -1,0 +1,105 @@
+#include "Desktop.h"
+#include "Support/GeoClue.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+namespace nocta::test {
+namespace {
+
+using std::chrono::minutes;
+
+const Ramps sleep = warmRamps(1900, 0.5);
+const Ramps natural = warmRamps(6500, 1.0);
+
+/// A desktop whose clocks show noon when the test starts, at the place on the equator where the sun agrees, with
+/// GeoClue to tell so. The manual times say otherwise: that the sun does not rise before ten hours from now.
+class LocatedDesktop : public Desktop {
+  protected:
+    void writeSettingsWithActive(const std::string& presetID) const {
+        writeSettings(
+            "[General]\nactivePresetID=" + presetID +
+            "\nscheduleEnabled=true\nscheduleUsesLocation=true\nmanualSunrise=" + std::to_string(secondsFromNow(10)) +
+            "\nmanualSunset=" + std::to_string(secondsFromNow(11)) + "\n");
+    }
+
+    [[nodiscard]] static long secondsFromNow(int hours) {
+        const auto then = std::chrono::system_clock::now() + std::chrono::hours(hours);
+        return std::chrono::duration_cast<std::chrono::seconds>(then.time_since_epoch()).count();
+    }
+
+    [[nodiscard]] std::unique_ptr<Process> startNoctaHere() const {
+        auto changed = environment();
+        std::erase_if(changed, [](const auto& variable) { return variable.first == "DBUS_SYSTEM_BUS_ADDRESS"; });
+        changed.emplace_back("DBUS_SYSTEM_BUS_ADDRESS", geoClue.bus.address());
+        changed.emplace_back("TZ", zone());
+        return std::make_unique<Process>(std::vector<std::string>{programFolder() / "nocta"}, changed);
+    }
+
+    /// The zone's name counts hours and minutes westwards.
+    [[nodiscard]] std::string zone() const {
+        char name[32];
+        const auto west = -ahead.count();
+        std::snprintf(name, sizeof name, "NOON%c%02d:%02d", west < 0 ? '-' : '+', static_cast<int>(std::abs(west) / 60),
+                      static_cast<int>(std::abs(west) % 60));
+        return name;
+    }
+    /// Off the date line, across which GeoClue might move it.
+    [[nodiscard]] double longitude() const { return std::clamp(static_cast<double>(ahead.count()) / 4, -179.0, 179.0); }
+
+    GeoClue geoClue;
+    /// How far the local time is ahead of UTC: half a day at most.
+    minutes ahead = minutes(12 * 60) - std::chrono::duration_cast<minutes>(
+                                           std::chrono::system_clock::now().time_since_epoch() % std::chrono::days(1));
+};
+
+TEST_F(LocatedDesktop, TheManualTimesRuleUntilTheFixArrivesAndTheSunFromThenOn) {
+    writeSettingsWithActive("dusk");
+    geoClue.startAgent();
+    const auto nocta = startNoctaHere();
+    ASSERT_TRUE(everyDisplayBecomes(sleep)) << nocta->errors();
+    geoClue.place(0, longitude());
+    EXPECT_TRUE(everyDisplayBecomes(natural));
+    EXPECT_TRUE(eventually([this] { return settings().find("activePresetID=natural\n") != std::string::npos; }));
+    // The place is nowhere in the home: there is the file of the settings, which has nothing but them.
+    EXPECT_EQ(std::ranges::count(settings(), '='), 14) << settings();
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(home.path())) {
+        EXPECT_TRUE(entry.is_directory() || entry.path() == settingsFile() ||
+                    entry.path().parent_path() == runtimeFolder())
+            << entry.path();
+    }
+    nocta->signal(SIGTERM);
+    EXPECT_EQ(nocta->waitForEnd(), cleanExit);
+    EXPECT_EQ(nocta->errors(), "");
+    EXPECT_TRUE(isCalibrated());
+}
+
+TEST_F(LocatedDesktop, GeoClueDyingInTheMiddleLeavesTheManualTimesAndTheProgram) {
+    writeSettingsWithActive("sleep");
+    geoClue.startAgent();
+    const auto nocta = startNoctaHere();
+    ASSERT_TRUE(everyDisplayBecomes(sleep)) << nocta->errors();
+    geoClue.kill();
+    EXPECT_FALSE(eventually([this] { return !everyDisplayShows(sleep); }, std::chrono::milliseconds(300)));
+    nocta->signal(SIGTERM);
+    EXPECT_EQ(nocta->waitForEnd(), cleanExit);
+    EXPECT_EQ(nocta->errors(), "");
+}
+
+TEST_F(LocatedDesktop, ASystemBusThatHangsOrDiesChangesNothing) {
+    writeSettingsWithActive("sleep");
+    geoClue.bus.freeze();
+    const auto nocta = startNoctaHere();
+    ASSERT_TRUE(everyDisplayBecomes(sleep)) << nocta->errors();
+    geoClue.bus.kill();
+    EXPECT_FALSE(eventually([&] { return !nocta->isRunning(); }, std::chrono::milliseconds(300)));
+    nocta->signal(SIGTERM);
+    EXPECT_EQ(nocta->waitForEnd(), cleanExit);
+    EXPECT_EQ(nocta->errors(), "");
+    EXPECT_TRUE(isCalibrated());
+}
+
+} // namespace
+} // namespace nocta::test
