@@ -7,16 +7,14 @@
 //
 // Without a file it prints the lines only. It changes nothing on the server.
 
-#include "Core/ColorTemperature.h"
+#include "Light.h"
 #include "Platform/X11/XConnection.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <limits>
 #include <optional>
 #include <span>
 #include <stdexcept>
@@ -46,11 +44,6 @@ struct Screenshot {
     QSize size;
     std::vector<std::uint32_t> pixels;
     std::array<std::uint32_t, channelCount> masks{};
-};
-
-struct Light {
-    std::int64_t kelvin = 0;
-    double brightness = 0; ///< factor, 1 is full brightness
 };
 
 template <class Reply>
@@ -177,29 +170,9 @@ QImage asSeen(const Screenshot& screenshot, std::span<const Display> displays) {
     return picture;
 }
 
-/// What the display's white amounts to: the brightest channel is the brightness, since at every temperature one channel
-/// is left whole; the temperature is the one on Nocta's curve whose white is nearest.
-Light lightOf(const Display& display) {
-    const double brightest = std::max({display.white(0), display.white(1), display.white(2)});
-    Light light{.kelvin = 0, .brightness = brightest / 65535};
-    if (brightest == 0) {
-        return light;
-    }
-    double smallest = std::numeric_limits<double>::infinity();
-    for (std::int64_t kelvin = 1000; kelvin <= 40000; ++kelvin) {
-        const auto [red, green, blue] = nocta::kelvinToRGB(kelvin);
-        const double distance = std::hypot(red - display.white(0) / brightest, green - display.white(1) / brightest,
-                                           blue - display.white(2) / brightest);
-        if (distance < smallest) {
-            smallest = distance;
-            light.kelvin = kelvin;
-        }
-    }
-    return light;
-}
-
 void print(const Display& display) {
-    const Light light = lightOf(display);
+    const auto fraction = [&](std::size_t channel) { return display.white(channel) / 65535.0; };
+    const Light light = lightOf(fraction(0), fraction(1), fraction(2));
     std::printf("%s %dx%d+%d+%d ramp %zu, white %d %d %d: %lld K, brightness %.3f\n", display.name.c_str(),
                 display.area.width(), display.area.height(), display.area.x(), display.area.y(),
                 display.ramps[0].size(), display.white(0), display.white(1), display.white(2),
