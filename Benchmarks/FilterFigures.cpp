@@ -2,6 +2,7 @@
 //
 // Usage: filter-figures [IDLE-SECONDS], 300 unless told; 0 leaves the idle figures out.
 
+#include "Measured.h"
 #include "Support/DrivenDisplays.h"
 #include "Support/Eventually.h"
 #include "Support/Process.h"
@@ -9,17 +10,14 @@
 #include "Support/TemporaryFolder.h"
 #include "Support/XServer.h"
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
-#include <functional>
 #include <map>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -33,71 +31,6 @@ using namespace nocta::test; // NOLINT(google-build-using-namespace)
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-struct Spread {
-    double median = 0;
-    double worst = 0;
-};
-
-Spread spreadOf(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return {.median = values[values.size() / 2], .worst = values.back()};
-}
-
-Spread repeated(int times, const std::function<double()>& measure) {
-    std::vector<double> values;
-    values.reserve(static_cast<std::size_t>(times));
-    for (int i = 0; i < times; ++i) {
-        values.push_back(measure());
-    }
-    return spreadOf(values);
-}
-
-/// CPU time of all threads of a process, in milliseconds.
-double cpuOf(pid_t pid) {
-    double nanoseconds = 0;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
-        double running = 0;
-        std::ifstream(task.path() / "schedstat") >> running;
-        nanoseconds += running;
-    }
-    return nanoseconds / 1e6;
-}
-
-/// The sum over all threads of the lines of a /proc status file that start with `key`.
-long statusSum(pid_t pid, const std::string& key) {
-    long sum = 0;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
-        std::ifstream status(task.path() / "status");
-        for (std::string line; std::getline(status, line);) {
-            if (line.starts_with(key)) {
-                sum += std::stol(line.substr(key.size()));
-            }
-        }
-    }
-    return sum;
-}
-
-long switchesOf(pid_t pid) {
-    return statusSum(pid, "voluntary_ctxt_switches:") + statusSum(pid, "nonvoluntary_ctxt_switches:");
-}
-
-/// User and system time in clock ticks, as accounting tools see it.
-long ticksOf(pid_t pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    std::string text;
-    std::getline(file, text);
-    text = text.substr(text.rfind(')') + 2);
-    std::istringstream fields(text);
-    std::string skipped;
-    for (int i = 0; i < 11; ++i) {
-        fields >> skipped;
-    }
-    long user = 0;
-    long system = 0;
-    fields >> user >> system;
-    return user + system;
-}
-
 /// A line of smaps_rollup, in kB.
 long memoryOf(pid_t pid, const std::string& key) {
     std::ifstream file("/proc/" + std::to_string(pid) + "/smaps_rollup");
@@ -107,12 +40,6 @@ long memoryOf(pid_t pid, const std::string& key) {
         }
     }
     throw std::runtime_error("no " + key);
-}
-
-void require(bool holds, const char* what) {
-    if (!holds) {
-        throw std::runtime_error(std::string("did not happen: ") + what);
-    }
 }
 
 /// A session on an X server of its own with that many displays.
@@ -358,20 +285,30 @@ void delayFigures() {
 }
 
 void idleFigures(int seconds) {
-    Session session(1);
-    session.writeSettings("[General]\nactivePresetID=dusk\n");
-    const auto nocta = session.startNocta();
-    require(eventually([&] { return nocta->children("nocta-guard").size() == 1; }), "the guard");
-    // Start-up is over: what it leaves behind has been done.
-    std::this_thread::sleep_for(std::chrono::seconds(15));
     struct Watched {
-        const char* name;
+        std::string name;
         pid_t pid;
         long switches;
         long ticks;
     };
-    std::vector<Watched> watched{{"Nocta", nocta->id(), 0, 0},
-                                 {"its guard", nocta->children("nocta-guard").front(), 0, 0}};
+    std::vector<Watched> watched;
+    const auto start = [&](const Session& session, const std::string& name) {
+        auto nocta = session.startNocta();
+        require(eventually([&] { return nocta->children("nocta-guard").size() == 1; }), "the guard");
+        watched.push_back({name, nocta->id(), 0, 0});
+        watched.push_back({name + ", its guard", nocta->children("nocta-guard").front(), 0, 0});
+        return nocta;
+    };
+    Session still(1);
+    still.writeSettings("[General]\nactivePresetID=dusk\n");
+    const auto nocta = start(still, "Nocta");
+    // A phase that ends during the measurement shows as the frames of one fade.
+    Session scheduled(1);
+    scheduled.writeSettings("[General]\nscheduleEnabled=true\nscheduleUsesLocation=false\nmanualSunrise=21600\n"
+                            "manualSunset=64800\n");
+    const auto scheduledNocta = start(scheduled, "Nocta with the schedule on");
+    // Start-up is over: what it leaves behind has been done.
+    std::this_thread::sleep_for(std::chrono::seconds(15));
     for (auto& process : watched) {
         process.switches = switchesOf(process.pid);
         process.ticks = ticksOf(process.pid);
@@ -380,9 +317,9 @@ void idleFigures(int seconds) {
     std::printf("\n| idle for %d s | context switches | CPU ticks | PSS | private dirty |\n|---|---|---|---|---|\n",
                 seconds);
     for (const auto& process : watched) {
-        std::printf("| %s | %ld | %ld | %ld kB | %ld kB |\n", process.name, switchesOf(process.pid) - process.switches,
-                    ticksOf(process.pid) - process.ticks, memoryOf(process.pid, "Pss:"),
-                    memoryOf(process.pid, "Private_Dirty:"));
+        std::printf("| %s | %ld | %ld | %ld kB | %ld kB |\n", process.name.c_str(),
+                    switchesOf(process.pid) - process.switches, ticksOf(process.pid) - process.ticks,
+                    memoryOf(process.pid, "Pss:"), memoryOf(process.pid, "Private_Dirty:"));
     }
 }
 
