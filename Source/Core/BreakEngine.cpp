@@ -43,6 +43,7 @@ void BreakEngine::stop() {
     if (overlay) {
         overlay->forceClose();
         overlay.reset();
+        breaks.emit();
     }
 }
 
@@ -97,6 +98,7 @@ void BreakEngine::showBreakOverlay(std::int64_t duration) {
     overlay = std::make_unique<BreakOverlayWindowController>(duration);
     overlay->onSkip = [this] { skipBreak(); };
     overlay->present();
+    breaks.emit();
 }
 
 void BreakEngine::endBreak() {
@@ -113,6 +115,7 @@ void BreakEngine::dismissOverlay() {
     if (overlay) {
         overlay->close();
         overlay.reset();
+        breaks.emit();
     }
 }
 

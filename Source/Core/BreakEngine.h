@@ -2,10 +2,13 @@
 
 #include "Core/BreakOverlayWindowController.h"
 #include "Core/HandedOverTimer.h"
+#include "Core/Signal.h"
 #include "Platform/Time.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace nocta {
@@ -36,6 +39,10 @@ class BreakEngine {
     [[nodiscard]] Seconds timeUntilBreak() const;
     /// Whether a work period or a break runs, so that `restartTimer` has something to restart.
     [[nodiscard]] bool isCycleRunning() const;
+    /// Whether a break is on the screen, so that `skipBreak` has something to skip.
+    [[nodiscard]] bool isBreakShown() const { return overlay != nullptr; }
+    /// Calls back when a break has come onto the screen, and when it has left it.
+    Subscription observeBreaks(std::function<void()> callback) { return breaks.connect(std::move(callback)); }
 
   private:
     friend class BreakEngineInspector;
@@ -51,6 +58,7 @@ class BreakEngine {
     std::unique_ptr<HandedOverTimer> workTimer;
     std::unique_ptr<HandedOverTimer> breakTimer;
     std::unique_ptr<BreakOverlayWindowController> overlay;
+    Signal<> breaks;
     Instant startTime; ///< of the current work period; before the first one, of this object
     /// Timers of a work period that another one followed before it ended: they run on, also after `stop`.
     std::vector<std::unique_ptr<HandedOverTimer>> orphanedTimers;

@@ -137,7 +137,7 @@ void setLaunchAtLogin(bool launches) {
 void quit() {
     FilterEngine::shared().resetAllDisplays();
     if (auto* application = Platform::current().application) {
-        application->terminate(0);
+        application->terminate();
     }
 }
 

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <malloc.h>
@@ -72,6 +73,23 @@ class Breaks : public testing::Test {
     SimulatedPlatform& platform = freshPlatform();
     BreakEngineInspector inspector{engine()};
 };
+
+TEST_F(Breaks, WhoeverWatchesIsToldWhenABreakComesAndGoes) {
+    std::vector<bool> shown;
+    const auto subscription = engine().observeBreaks([&] { shown.push_back(engine().isBreakShown()); });
+    startAndBreak();
+    EXPECT_EQ(shown, std::vector<bool>{true});
+    platform.advance(breakLength); // taken
+    EXPECT_EQ(shown, (std::vector<bool>{true, false}));
+    platform.advance(interval);
+    engine().skipBreak();
+    EXPECT_EQ(shown, (std::vector<bool>{true, false, true, false}));
+    platform.advance(interval);
+    engine().stop();
+    EXPECT_EQ(shown, (std::vector<bool>{true, false, true, false, true, false}));
+    engine().stop();
+    EXPECT_EQ(shown.size(), 6U) << "nothing left";
+}
 
 TEST_F(Breaks, BeforeTheStartNothingRunsAndTimeCountsFromTheEnginesCreation) {
     expectStopped();
