@@ -3,11 +3,25 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace nocta {
 
 /// The platform's number of one display. Zero names no display.
 using DisplayID = std::uint32_t;
+
+/// A display as people know it, and what of a filter reaches it.
+struct DisplayDescription {
+    DisplayID id = 0;
+    std::string name;          ///< of its connector ("DP-1")
+    std::size_t tableSize = 0; ///< entries a channel, 0 where it has no gamma tables
+    bool hasTemperature = false;
+    bool hasBrightness = false;
+
+    bool operator==(const DisplayDescription&) const = default;
+};
 
 /// Loads transfer tables into the displays and gives them back their own colour calibration.
 ///
@@ -44,6 +58,12 @@ class DisplayService {
 
     /// Gives every display that was ever loaded exactly the tables it had before. On return they are in force.
     virtual void restoreCalibration() = 0;
+
+    /// How this service reaches the displays, in one word that scripts can rely on.
+    [[nodiscard]] virtual std::string_view mechanism() const { return "none"; }
+
+    /// The active displays, in the platform's order. May wait for the server, and names none that does not answer.
+    [[nodiscard]] virtual std::vector<DisplayDescription> describe() { return {}; }
 };
 
 } // namespace nocta

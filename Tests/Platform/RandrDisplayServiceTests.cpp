@@ -105,6 +105,30 @@ TEST_F(RandrDisplayServiceTest, FillsABufferThatIsTooSmallAndLeavesTheRestOfOneT
     EXPECT_EQ(five[3], 99U);
 }
 
+TEST_F(RandrDisplayServiceTest, DescribesTheActiveDisplaysByTheirConnectors) {
+    const auto active = displays.plug(2);
+    const auto service = makeService();
+    EXPECT_EQ(service->mechanism(), "randr");
+    const auto described = [](DisplayID id, const std::string& name) {
+        return DisplayDescription{
+            .id = id, .name = name, .tableSize = 256, .hasTemperature = true, .hasBrightness = true};
+    };
+    EXPECT_EQ(service->describe(), (std::vector{described(active[0], "DUMMY0"), described(active[1], "DUMMY1")}));
+    displays.setMode(0, std::nullopt);
+    ASSERT_TRUE(loop.runUntil([&] { return listed(*service).size() == 1; }));
+    EXPECT_EQ(service->describe(), std::vector{described(active[1], "DUMMY1")});
+}
+
+TEST_F(RandrDisplayServiceTest, DescribesDisplaysWithoutTheirNamesWhenTheServerHasGone) {
+    displays.plug(2);
+    const auto service = makeService();
+    xServer.kill();
+    EXPECT_EQ(service->describe().size(), 2U);
+    for (const auto& display : service->describe()) {
+        EXPECT_EQ(display.name, "");
+    }
+}
+
 TEST_F(RandrDisplayServiceTest, LoadsTheTablesIntoThatDisplayOnly) {
     const auto active = displays.plug(3);
     const auto before = displays.allRamps();

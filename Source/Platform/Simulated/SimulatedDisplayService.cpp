@@ -1,6 +1,7 @@
 #include "Platform/Simulated/SimulatedDisplayService.h"
 
 #include <algorithm>
+#include <string>
 
 namespace nocta {
 
@@ -16,6 +17,18 @@ void SimulatedDisplayService::load(DisplayID display, std::span<const float> red
                              .red = {red.begin(), red.end()},
                              .green = {green.begin(), green.end()},
                              .blue = {blue.begin(), blue.end()}});
+}
+
+std::vector<DisplayDescription> SimulatedDisplayService::describe() {
+    std::vector<DisplayDescription> descriptions;
+    for (const DisplayID display : displays) {
+        descriptions.push_back({.id = display,
+                                .name = "SIMULATED-" + std::to_string(display),
+                                .tableSize = 256,
+                                .hasTemperature = true,
+                                .hasBrightness = true});
+    }
+    return descriptions;
 }
 
 } // namespace nocta

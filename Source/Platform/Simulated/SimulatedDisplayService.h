@@ -3,6 +3,7 @@
 #include "Platform/DisplayService.h"
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 namespace nocta {
@@ -34,6 +35,8 @@ class SimulatedDisplayService final : public DisplayService {
     void flush() override { ++recordedFlushes; }
     void reload() override { ++recordedReloads; }
     void restoreCalibration() override { ++recordedRestores; }
+    [[nodiscard]] std::string_view mechanism() const override { return "simulated"; }
+    [[nodiscard]] std::vector<DisplayDescription> describe() override;
 
   private:
     std::vector<Load> recordedLoads;

@@ -102,6 +102,40 @@ void RandrDisplayService::restoreCalibration() {
     takeQueuedEvents();
 }
 
+std::vector<DisplayDescription> RandrDisplayService::describe() {
+    std::vector<DisplayDescription> descriptions;
+    for (const auto& crtc : crtcs) {
+        if (crtc.isActive) {
+            const bool isServed = crtc.size > 0 && !crtc.isUnreadable;
+            descriptions.push_back({.id = crtc.id,
+                                    .name = nameOf(crtc.id),
+                                    .tableSize = crtc.size,
+                                    .hasTemperature = isServed,
+                                    .hasBrightness = isServed});
+        }
+    }
+    takeQueuedEvents();
+    return descriptions;
+}
+
+std::string RandrDisplayService::nameOf(xcb_randr_crtc_t crtc) const {
+    const XReply<xcb_randr_get_crtc_info_reply_t> info(xcb_randr_get_crtc_info_reply(
+        server.get(), xcb_randr_get_crtc_info(server.get(), crtc, XCB_CURRENT_TIME), nullptr));
+    std::string name;
+    if (!info) {
+        return name;
+    }
+    for (const auto output : std::span(xcb_randr_get_crtc_info_outputs(info.get()), info->num_outputs)) {
+        const XReply<xcb_randr_get_output_info_reply_t> connector(xcb_randr_get_output_info_reply(
+            server.get(), xcb_randr_get_output_info(server.get(), output, XCB_CURRENT_TIME), nullptr));
+        if (connector) {
+            const std::span bytes(xcb_randr_get_output_info_name(connector.get()), connector->name_len);
+            name.append(name.empty() ? "" : "+").append(bytes.begin(), bytes.end());
+        }
+    }
+    return name;
+}
+
 void RandrDisplayService::removeLeftTint() {
     const ServerGrab grab(server);
     if (const auto left = property->read()) {

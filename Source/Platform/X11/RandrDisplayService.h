@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace nocta {
@@ -38,6 +39,8 @@ class RandrDisplayService final : public DisplayService {
     void flush() override;
     void reload() override;
     void restoreCalibration() override;
+    [[nodiscard]] std::string_view mechanism() const override { return "randr"; }
+    [[nodiscard]] std::vector<DisplayDescription> describe() override;
 
   private:
     struct Crtc {
@@ -51,6 +54,8 @@ class RandrDisplayService final : public DisplayService {
         [[nodiscard]] bool isTinted() const { return !calibration.empty(); }
     };
 
+    /// The connectors that show that CRTC, clones with a plus between them. Waits for the server.
+    [[nodiscard]] std::string nameOf(xcb_randr_crtc_t crtc) const;
     void removeLeftTint();
     /// Asks the server which CRTCs there are and serves those that changed. Waits for the server.
     void refresh();
