@@ -1,0 +1,201 @@
+#include "Interface/Popover/ScheduleModel.h"
+
+#include "Core/AppState.h"
+#include "Core/CircadianScheduler.h"
+#include "Core/FilterEngine.h"
+#include "Platform/Clock.h"
+#include "Platform/Platform.h"
+
+#include <array>
+#include <optional>
+
+#include <QTime>
+
+namespace nocta {
+
+namespace {
+
+/// Of the fade back to the preset that is selected.
+constexpr double fadeBackSecs = 4.0;
+
+struct Segment {
+    const char* label;
+    float red;
+    float green;
+    float blue;
+};
+
+constexpr std::array<Segment, 7> timelineSegments{{
+    {"Sleep", 0.2F, 0.1F, 0.4F},
+    {"Dawn", 0.9F, 0.5F, 0.2F},
+    {"Day", 0.3F, 0.6F, 1.0F},
+    {"Focus", 0.2F, 0.5F, 0.8F},
+    {"Dusk", 0.9F, 0.4F, 0.1F},
+    {"Evening", 0.7F, 0.2F, 0.1F},
+    {"Sleep", 0.2F, 0.1F, 0.4F},
+}};
+
+/// One beyond every calendar counts as midnight, here as in the schedule.
+DateComponents shownComponents(Instant instant) {
+    return Platform::current().calendar->components(instant).value_or(DateComponents{});
+}
+
+int hourOf(Instant instant) {
+    return static_cast<int>(shownComponents(instant).hour);
+}
+
+int minuteOf(Instant instant) {
+    return static_cast<int>(shownComponents(instant).minute);
+}
+
+/// The instant of that date and time; nothing where the date has no such time.
+std::optional<Instant> instantAt(const std::optional<DateComponents>& date, std::int64_t hour, std::int64_t minute) {
+    if (!date) {
+        return std::nullopt;
+    }
+    auto components = *date;
+    components.hour = hour;
+    components.minute = minute;
+    const auto& calendar = *Platform::current().calendar;
+    const auto instant = calendar.instant(components);
+    const auto result = instant ? calendar.components(*instant) : std::nullopt;
+    return result && result->hour == hour && result->minute == minute ? instant : std::nullopt;
+}
+
+} // namespace
+
+ScheduleModel::ScheduleModel() {
+    auto& state = AppState::shared();
+    forward(state.scheduleEnabled, &ScheduleModel::scheduleEnabledChanged);
+    forward(state.scheduleUsesLocation, &ScheduleModel::scheduleUsesLocationChanged);
+    forward(state.manualSunrise, &ScheduleModel::sunriseChanged);
+    forward(state.manualSunset, &ScheduleModel::sunsetChanged);
+    forward(state.activePresetID, &ScheduleModel::activePresetNameChanged);
+    keep(state.observeWillChange([this] {
+        if (isOnScreen()) {
+            showCurrentTime();
+        }
+    }));
+}
+
+void ScheduleModel::appear() {
+    // The wall clock's zone may have changed since.
+    Q_EMIT sunriseChanged();
+    Q_EMIT sunsetChanged();
+    showCurrentTime();
+}
+
+void ScheduleModel::showCurrentTime() {
+    shownTime = shortTime(Platform::current().clock->now(), QLocale());
+    Q_EMIT currentTimeLabelChanged();
+}
+
+bool ScheduleModel::scheduleEnabled() {
+    return AppState::shared().scheduleEnabled.get();
+}
+
+void ScheduleModel::setScheduleEnabled(bool enabled) {
+    auto& state = AppState::shared();
+    if (state.scheduleEnabled.get() == enabled) {
+        return;
+    }
+    state.scheduleEnabled = enabled;
+    if (enabled) {
+        CircadianScheduler::shared().tick();
+    } else if (state.filterEnabled.get()) {
+        // The engine drops this by itself only once the filter's switch has been turned: it does not know a filter that
+        // was off at launch.
+        const Preset& preset = state.activePreset();
+        FilterEngine::shared().apply(preset.colorTemp, preset.brightness, fadeBackSecs);
+    }
+}
+
+bool ScheduleModel::scheduleUsesLocation() {
+    return AppState::shared().scheduleUsesLocation.get();
+}
+
+void ScheduleModel::setScheduleUsesLocation(bool usesLocation) {
+    auto& setting = AppState::shared().scheduleUsesLocation;
+    if (setting.get() == usesLocation) {
+        return;
+    }
+    setting = usesLocation;
+    if (usesLocation) {
+        CircadianScheduler::shared().requestLocation();
+    }
+}
+
+int ScheduleModel::sunriseHour() {
+    return hourOf(AppState::shared().manualSunrise.get());
+}
+
+int ScheduleModel::sunriseMinute() {
+    return minuteOf(AppState::shared().manualSunrise.get());
+}
+
+int ScheduleModel::sunsetHour() {
+    return hourOf(AppState::shared().manualSunset.get());
+}
+
+int ScheduleModel::sunsetMinute() {
+    return minuteOf(AppState::shared().manualSunset.get());
+}
+
+void ScheduleModel::setSunrise(int hour, int minute) {
+    auto& setting = AppState::shared().manualSunrise;
+    setting = atTimeOfDay(setting.get(), hour, minute);
+}
+
+void ScheduleModel::setSunset(int hour, int minute) {
+    auto& setting = AppState::shared().manualSunset;
+    setting = atTimeOfDay(setting.get(), hour, minute);
+}
+
+QStringList ScheduleModel::segmentLabels() {
+    QStringList labels;
+    for (const auto& segment : timelineSegments) {
+        labels.push_back(QString::fromLatin1(segment.label));
+    }
+    return labels;
+}
+
+QList<QColor> ScheduleModel::segmentColors() {
+    QList<QColor> colors;
+    for (const auto& segment : timelineSegments) {
+        colors.push_back(QColor::fromRgbF(segment.red, segment.green, segment.blue));
+    }
+    return colors;
+}
+
+QString ScheduleModel::activePresetName() {
+    return QString::fromStdString(AppState::shared().activePreset().name);
+}
+
+QString ScheduleModel::shortTime(Instant instant, const QLocale& locale) {
+    const auto components = Platform::current().calendar->components(instant);
+    if (!components) {
+        return {};
+    }
+    const QTime time(static_cast<int>(components->hour), static_cast<int>(components->minute));
+    return locale.toString(time, QLocale::ShortFormat);
+}
+
+Instant ScheduleModel::atTimeOfDay(Instant instant, std::int64_t hour, std::int64_t minute) {
+    const auto& platform = Platform::current();
+    if (const auto sameDay = instantAt(platform.calendar->components(instant), hour, minute)) {
+        return *sameDay;
+    }
+    auto date = platform.calendar->components(platform.clock->now());
+    if (date) {
+        date->second = 0;
+    }
+    if (const auto today = instantAt(date, hour, minute)) {
+        return *today;
+    }
+    if (date) {
+        ++date->day;
+    }
+    return instantAt(date, hour, minute).value_or(instant);
+}
+
+} // namespace nocta
