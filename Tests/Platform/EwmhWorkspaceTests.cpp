@@ -5,6 +5,7 @@
 #include "Support/DrivenWindows.h"
 #include "Support/Eventually.h"
 #include "Support/Process.h"
+#include "Support/ServerTurns.h"
 #include "Support/SessionBus.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/XServer.h"
@@ -260,12 +261,17 @@ TEST_F(EwmhWorkspaceTest, WhereNobodyObservesNothingWakesItAndALaterObservationB
     observe();
     EXPECT_TRUE(bringsToFront(first, "first"));
     observer.reset();
-    loop.runFor(std::chrono::milliseconds(20));
+    const auto settle = [this] {
+        loop.runDue();
+        test::letServerServe(windows.server());
+        loop.runFor(std::chrono::milliseconds(20));
+    };
+    settle();
     const int before = runLoop.wakeUps();
     windows.setActive(second);
     windows.setActive(first);
     windows.setActive(second);
-    loop.runFor(std::chrono::milliseconds(20));
+    settle();
     EXPECT_EQ(runLoop.wakeUps(), before);
     observe();
     EXPECT_TRUE(loop.runUntil([&] { return workspace.frontmostApplication() == application("second"); }));

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QEventLoop>
@@ -24,8 +25,16 @@ class QtLoop {
         return true;
     }
 
+    /// What is due at the end of `duration` has happened, however little of it the machine left to this process.
     void runFor(std::chrono::milliseconds duration) {
         runUntil([] { return false; }, duration);
+        runDue();
+    }
+
+    /// Lets happen what is due now, and what that makes due at once.
+    void runDue() {
+        while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents)) {
+        }
     }
 
   private:

@@ -5,6 +5,7 @@
 #include "QtLoop.h"
 #include "Support/DrivenDisplays.h"
 #include "Support/Process.h"
+#include "Support/ServerTurns.h"
 #include "Support/XServer.h"
 
 #include <csignal>
@@ -56,12 +57,10 @@ class RandrDisplayServiceTest : public testing::Test {
         present(service);
     }
 
-    /// Ends a frame, and lets the server get through it: it serves its clients in turns.
+    /// Ends a frame, and lets the server get through it.
     void present(RandrDisplayService& service) const {
         service.flush();
-        for (int turn = 0; turn < 3; ++turn) {
-            displays.server().synchronize();
-        }
+        test::letServerServe(displays.server());
     }
 
     static std::vector<DisplayID> listed(RandrDisplayService& service) {

@@ -6,6 +6,7 @@
 #include "Support/DrivenWindows.h"
 #include "Support/Eventually.h"
 #include "Support/Process.h"
+#include "Support/ServerTurns.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/XServer.h"
 
@@ -81,18 +82,14 @@ class XInputEventMonitorTest : public testing::Test {
         return came;
     }
 
-    /// Does something that the monitor hears of, and lets it ask the server all that it asks at once.
-    template <class Action>
-    [[nodiscard]] bool isHeardOf(Action action) {
-        loop.runFor(std::chrono::milliseconds(5)); // what still waits to be sent
-        const int before = runLoop.wakeUps();
-        action();
-        const bool woke = loop.runUntil([&] { return runLoop.wakeUps() > before; });
-        // The server serves its clients in turns.
-        for (int turn = 0; turn < 3; ++turn) {
-            input.server().synchronize();
+    /// Lets the monitor hear of all that has happened, and ask and be answered what it wants to know.
+    void settle() {
+        constexpr int longestChain = 6; // of questions that answers lead to
+        for (int turn = 0; turn < longestChain; ++turn) {
+            loop.runDue();
+            test::letServerServe(input.server());
         }
-        return woke;
+        loop.runDue();
     }
 
     [[nodiscard]] bool clicksAre(int count) {
@@ -243,7 +240,8 @@ TEST_F(XInputEventMonitorTest, KeysTypedIntoOwnWindowsAreNotSeen) {
     // Another connection of this process, as its user interface has one.
     const auto window = windows.createPopup();
     windows.focus(window);
-    ASSERT_TRUE(isHeardOf([&] { input.type({key::super, key::shift, key::i}); }));
+    input.type({key::super, key::shift, key::i});
+    settle();
     windows.focus(XCB_INPUT_FOCUS_POINTER_ROOT);
     EXPECT_TRUE(seen({}));
     const Typewriter typewriter(windows);
@@ -287,7 +285,8 @@ TEST_F(XInputEventMonitorTest, ClicksIntoOwnWindowsAreNotSeen) {
     monitorClicks();
     const auto window = windows.createPopup();
     input.movePointer(50, 50);
-    ASSERT_TRUE(isHeardOf([&] { input.click(1); }));
+    input.click(1);
+    settle();
     EXPECT_TRUE(clicksAre(0));
     windows.destroy(window);
     input.movePointer(50, 50);
@@ -306,13 +305,14 @@ TEST_F(XInputEventMonitorTest, OwnWindowsCountInsideAWindowManagersFrameAsWell) 
     ASSERT_TRUE(place);
     monitorClicks();
     input.movePointer(place->dst_x, place->dst_y);
-    ASSERT_TRUE(isHeardOf([&] { input.click(1); }));
+    input.click(1);
+    settle();
     EXPECT_TRUE(clicksAre(0));
 }
 
 TEST_F(XInputEventMonitorTest, WhereNobodyMonitorsNothingWakesIt) {
     const auto isUndisturbed = [this](bool typesKeys, bool moves) {
-        loop.runFor(std::chrono::milliseconds(20));
+        settle();
         const int before = runLoop.wakeUps();
         for (int i = 0; i < 20; ++i) {
             if (typesKeys) {
@@ -323,7 +323,7 @@ TEST_F(XInputEventMonitorTest, WhereNobodyMonitorsNothingWakesIt) {
                 input.movePointer(static_cast<std::int16_t>(100 + i), 700);
             }
         }
-        loop.runFor(std::chrono::milliseconds(20));
+        settle();
         return runLoop.wakeUps() == before;
     };
     EXPECT_TRUE(isUndisturbed(true, true));
