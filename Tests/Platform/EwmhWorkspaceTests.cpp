@@ -199,6 +199,38 @@ TEST_F(EwmhWorkspaceTest, WhatTheWindowStatesCountsMoreThanItsClass) {
     EXPECT_TRUE(bringsBack("installed"));
 }
 
+TEST_F(EwmhWorkspaceTest, AWindowFromAFlatpaksSandboxIsThatFlatpaks) {
+    std::ofstream(desktopFiles() / "xterm.desktop") << "[Desktop Entry]\nType=Application\nStartupWMClass=Boxed\n";
+    const auto info = home.path() / "flatpak-info";
+    std::ofstream(info) << "[Application]\nname=org.example.Boxed\nruntime=runtime/org.example.Platform/x86_64/1\n";
+    const auto first = open("First");
+    observe();
+    EXPECT_TRUE(bringsToFront(first, "first"));
+    // A root and processes of its own, as Flatpak starts its applications.
+    programs.push_back(start({"bwrap",          "--die-with-parent",
+                              "--unshare-pid",  "--ro-bind",
+                              "/usr",           "/usr",
+                              "--symlink",      "usr/bin",
+                              "/bin",           "--symlink",
+                              "usr/lib",        "/lib",
+                              "--symlink",      "usr/lib64",
+                              "/lib64",         "--ro-bind",
+                              "/etc",           "/etc",
+                              "--dev-bind",     "/dev",
+                              "/dev",           "--proc",
+                              "/proc",          "--bind",
+                              "/tmp",           "/tmp",
+                              "--ro-bind",      info,
+                              "/.flatpak-info", "xterm",
+                              "-name",          "some",
+                              "-class",         "Boxed"}));
+    const auto boxed = windows.await("Boxed");
+    EXPECT_TRUE(bringsToFront(boxed, "org.example.Boxed"));
+    windows.setText(boxed, "_GTK_APPLICATION_ID", "org.example.Stated");
+    EXPECT_TRUE(bringsToFront(first, "first"));
+    EXPECT_TRUE(bringsToFront(boxed, "org.example.Stated"));
+}
+
 TEST_F(EwmhWorkspaceTest, AnApplicationInstalledMeanwhileIsKnown) {
     const auto first = open("First");
     const auto second = open("Second");
