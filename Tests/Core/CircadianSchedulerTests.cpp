@@ -94,6 +94,17 @@ TEST_F(Scheduler, AMinuteInWhichThePhasesPresetIsActiveChangesNothing) {
     EXPECT_EQ(platform.settings.writes().size(), before);
 }
 
+TEST_F(Scheduler, WhatElseIsOnTheScreenStaysWhileThePhasesPresetIsActive) {
+    scheduler().start();                              // natural
+    FilterEngine::shared().applyImmediate(2700, 0.7); // as a profile does
+    platform.advance(Seconds(0));
+    const auto before = loads();
+    scheduler().tick();
+    platform.advance(Seconds(600));
+    EXPECT_EQ(loads(), before);
+    EXPECT_FLOAT_EQ(platform.displays.loads().back().red.back(), 0.7F);
+}
+
 TEST_F(Scheduler, WithTheFilterOffNothingHappens) {
     platform.settings.setBoolean("filterEnabled", false);
     platform.clock.jump(Seconds(3600 * 7));
