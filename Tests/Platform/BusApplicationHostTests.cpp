@@ -54,12 +54,69 @@ TEST_F(BusApplicationHostTest, OwnsTheNameAndAnswersActivate) {
     EXPECT_EQ(activations, 1);
 }
 
+TEST_F(BusApplicationHostTest, OpensFilesByShowingItself) {
+    BusApplicationHost host;
+    int activations = 0;
+    ASSERT_EQ(host.claim([&] { ++activations; }), ApplicationHost::Claim::primary);
+    const QStringList files{QStringLiteral("file:///etc/passwd")};
+    EXPECT_EQ(ask(call(QStringLiteral("Open"), {files, QVariantMap()})).type(), QDBusMessage::ReplyMessage);
+    EXPECT_EQ(activations, 1);
+}
+
+TEST_F(BusApplicationHostTest, KnowsNoActions) {
+    BusApplicationHost host;
+    int activations = 0;
+    ASSERT_EQ(host.claim([&] { ++activations; }), ApplicationHost::Claim::primary);
+    const auto answer =
+        ask(call(QStringLiteral("ActivateAction"), {QStringLiteral("dance"), QVariantList(), QVariantMap()}));
+    EXPECT_EQ(answer.type(), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(answer.errorMessage(), QStringLiteral("There is no action \"dance\""));
+    EXPECT_EQ(activations, 0);
+}
+
+TEST_F(BusApplicationHostTest, LeavesOtherInterfacesToWhoeverServesThemForAsLongAsThatLives) {
+    class Other final : public QDBusVirtualObject {
+      public:
+        [[nodiscard]] QString introspect(const QString& /*path*/) const override {
+            return QStringLiteral("<interface name=\"org.example.Other\"/>");
+        }
+        bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+            return message.interface() == QStringLiteral("org.example.Other") &&
+                   connection.send(message.createReply(message.interface()));
+        }
+    };
+    const auto path = QStringLiteral("/org/nocta/Nocta");
+    const auto otherCall = [](const QString& at) {
+        return QDBusMessage::createMethodCall(name, at, QStringLiteral("org.example.Other"), QStringLiteral("Do"));
+    };
+    BusApplicationHost host;
+    ASSERT_EQ(host.claim([] {}), ApplicationHost::Claim::primary);
+    EXPECT_TRUE(host.connection().isConnected());
+    {
+        Other served;
+        host.serve(served);
+        EXPECT_EQ(ask(otherCall(path)).arguments(), QVariantList{QStringLiteral("org.example.Other")});
+        EXPECT_EQ(ask(otherCall(path + QStringLiteral("/below"))).type(), QDBusMessage::ErrorMessage);
+        const auto description =
+            ask(QDBusMessage::createMethodCall(name, path, QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                                               QStringLiteral("Introspect")))
+                .arguments()
+                .value(0)
+                .toString();
+        EXPECT_TRUE(description.contains(QStringLiteral("org.freedesktop.Application")));
+        EXPECT_TRUE(description.contains(QStringLiteral("org.example.Other")));
+    }
+    EXPECT_EQ(ask(otherCall(path)).errorName(), QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"));
+}
+
 TEST_F(BusApplicationHostTest, AnswersWrongCallsWithAnError) {
     BusApplicationHost host;
     int activations = 0;
     ASSERT_EQ(host.claim([&] { ++activations; }), ApplicationHost::Claim::primary);
     EXPECT_EQ(ask(call(QStringLiteral("Activate"), {})).type(), QDBusMessage::ErrorMessage);
     EXPECT_EQ(ask(call(QStringLiteral("Activate"), {QStringLiteral("text")})).type(), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(ask(call(QStringLiteral("Open"), {QVariantMap()})).type(), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(ask(call(QStringLiteral("ActivateAction"), {})).type(), QDBusMessage::ErrorMessage);
     EXPECT_EQ(ask(call(QStringLiteral("Deactivate"), {QVariantMap()})).type(), QDBusMessage::ErrorMessage);
     EXPECT_EQ(activations, 0);
 }
@@ -105,6 +162,7 @@ TEST_F(BusApplicationHostTest, IsUnavailableWithoutABus) {
         setenv("DBUS_SESSION_BUS_ADDRESS", address, 1);
         BusApplicationHost host;
         EXPECT_EQ(host.claim([] {}), ApplicationHost::Claim::unavailable) << address;
+        EXPECT_FALSE(host.connection().isConnected());
     }
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
     unsetenv("XDG_RUNTIME_DIR");

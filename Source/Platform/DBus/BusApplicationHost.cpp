@@ -2,12 +2,15 @@
 
 #include "Platform/DBus/SessionBusName.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
+#include <QPointer>
 
 namespace nocta {
 
@@ -16,6 +19,7 @@ namespace {
 const QString serviceName = QStringLiteral("org.nocta.Nocta");
 const QString objectPath = QStringLiteral("/org/nocta/Nocta");
 const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
+const QString introspectableInterface = QStringLiteral("org.freedesktop.DBus.Introspectable");
 
 /// How long the running program may take to answer.
 constexpr int activationTimeoutMilliseconds = 1000;
@@ -37,34 +41,80 @@ bool activateOther(const QDBusConnection& bus) {
 
 } // namespace
 
-/// Answers the calls of the bus. Written out rather than generated: the interface is one method.
+/// Answers the calls of the bus. Written out rather than generated: the interface is three methods.
 class BusApplicationHost::RemoteObject final : public QDBusVirtualObject {
   public:
     explicit RemoteObject(std::function<void()> onActivate) : onActivate(std::move(onActivate)) {}
 
-    [[nodiscard]] QString introspect(const QString& /*path*/) const override {
-        return QStringLiteral(R"(<interface name="org.freedesktop.Application">
+    /// Who answers what this does not.
+    QPointer<QDBusVirtualObject> other;
+
+    [[nodiscard]] QString introspect(const QString& path) const override {
+        if (path != objectPath) {
+            return {};
+        }
+        const auto own = QStringLiteral(R"(<interface name="org.freedesktop.Application">
     <method name="Activate">
+      <arg name="platform_data" type="a{sv}" direction="in"/>
+    </method>
+    <method name="Open">
+      <arg name="uris" type="as" direction="in"/>
+      <arg name="platform_data" type="a{sv}" direction="in"/>
+    </method>
+    <method name="ActivateAction">
+      <arg name="action_name" type="s" direction="in"/>
+      <arg name="parameter" type="av" direction="in"/>
       <arg name="platform_data" type="a{sv}" direction="in"/>
     </method>
   </interface>
 )");
+        return other ? own + other->introspect(path) : own;
     }
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
-        if (message.interface() != applicationInterface || message.member() != QStringLiteral("Activate")) {
+        if (message.path() != objectPath) {
             return false;
         }
-        if (message.signature() != QStringLiteral("a{sv}")) {
-            connection.send(message.createErrorReply(QDBusError::InvalidArgs, QStringLiteral("Activate takes a{sv}")));
+        if (message.interface() == introspectableInterface) {
+            return false; // the library answers it with `introspect`
+        }
+        if (message.interface() != applicationInterface && other && other->handleMessage(message, connection)) {
             return true;
         }
+        const auto method = std::ranges::find(methods, message.member(), &Method::name);
+        if (message.interface() != applicationInterface || method == methods.end()) {
+            // The library would say that there is no such object.
+            connection.send(message.createErrorReply(
+                QDBusError::UnknownMethod,
+                QStringLiteral("\"%1\" has no method \"%2\" here").arg(message.interface(), message.member())));
+            return true;
+        }
+        if (message.signature() != method->signature) {
+            connection.send(message.createErrorReply(
+                QDBusError::InvalidArgs, QStringLiteral("%1 takes \"%2\"").arg(method->name, method->signature)));
+            return true;
+        }
+        if (method->name == QStringLiteral("ActivateAction")) {
+            connection.send(message.createErrorReply(
+                QDBusError::InvalidArgs,
+                QStringLiteral("There is no action \"%1\"").arg(message.arguments().constFirst().toString())));
+            return true;
+        }
+        // Whatever files a desktop has Nocta open: they mean nothing to it, but the person wants to see it.
         connection.send(message.createReply());
         onActivate();
         return true;
     }
 
   private:
+    struct Method {
+        QString name;
+        QString signature;
+    };
+    inline static const std::array methods{Method{QStringLiteral("Activate"), QStringLiteral("a{sv}")},
+                                           Method{QStringLiteral("Open"), QStringLiteral("asa{sv}")},
+                                           Method{QStringLiteral("ActivateAction"), QStringLiteral("sava{sv}")}};
+
     std::function<void()> onActivate;
 };
 
@@ -104,6 +154,16 @@ ApplicationHost::Claim BusApplicationHost::claim(std::function<void()> onActivat
         }
     }
     return Claim::unanswered;
+}
+
+QDBusConnection BusApplicationHost::connection() const {
+    return object ? QDBusConnection::sessionBus() : QDBusConnection(QString());
+}
+
+void BusApplicationHost::serve(QDBusVirtualObject& other) {
+    if (object) {
+        object->other = &other;
+    }
 }
 
 } // namespace nocta

@@ -4,6 +4,9 @@
 
 #include <memory>
 
+class QDBusConnection;
+class QDBusVirtualObject;
+
 namespace nocta {
 
 /// The name `org.nocta.Nocta` on the session bus, and `org.freedesktop.Application` at `/org/nocta/Nocta`. A bus that
@@ -16,6 +19,11 @@ class BusApplicationHost final : public ApplicationHost {
     ~BusApplicationHost() override;
 
     Claim claim(std::function<void()> onActivate) override;
+
+    /// The bus that the claim was made on; one that is not connected where there is none.
+    [[nodiscard]] QDBusConnection connection() const;
+    /// Has `other` answer, at the same path, the calls of all other interfaces, for as long as it lives.
+    void serve(QDBusVirtualObject& other);
 
   private:
     class RemoteObject;
