@@ -3,6 +3,7 @@
 #include "App/AppDelegate.h"
 #include "App/Program.h"
 #include "Core/AppState.h"
+#include "Core/CircadianScheduler.h"
 #include "Core/FatalError.h"
 #include "Core/FilterEngine.h"
 #include "Platform/Application.h"
@@ -91,6 +92,7 @@ class Hand final : public ApplicationDelegate {
                  words >> minutes;
                  state.breakIntervalMinutes = minutes;
              }},
+            {"locate", [] { CircadianScheduler::shared().requestLocation(); }},
             {"reset", [] { FilterEngine::shared().resetAllDisplays(); }},
             {"quit", [] { Platform::current().application->terminate(); }},
             {"abort", [] { std::abort(); }},

@@ -30,12 +30,12 @@ class LocatedDesktop : public Desktop {
         return std::chrono::duration_cast<std::chrono::seconds>(then.time_since_epoch()).count();
     }
 
-    [[nodiscard]] std::unique_ptr<Process> startNoctaHere() const {
+    [[nodiscard]] std::unique_ptr<Process> startHere(const std::string& program) const {
         auto changed = environment();
         std::erase_if(changed, [](const auto& variable) { return variable.first == "DBUS_SYSTEM_BUS_ADDRESS"; });
         changed.emplace_back("DBUS_SYSTEM_BUS_ADDRESS", geoClue.bus.address());
         changed.emplace_back("TZ", zone());
-        return std::make_unique<Process>(std::vector<std::string>{programFolder() / "nocta"}, changed);
+        return std::make_unique<Process>(std::vector<std::string>{programFolder() / program}, changed);
     }
 
     /// The zone's name counts hours and minutes westwards.
@@ -58,7 +58,7 @@ class LocatedDesktop : public Desktop {
 TEST_F(LocatedDesktop, TheManualTimesRuleUntilTheFixArrivesAndTheSunFromThenOn) {
     writeSettingsWithActive("dusk");
     geoClue.startAgent();
-    const auto nocta = startNoctaHere();
+    const auto nocta = startHere("nocta");
     ASSERT_TRUE(everyDisplayBecomes(sleep)) << nocta->errors();
     geoClue.place(0, longitude());
     EXPECT_TRUE(everyDisplayBecomes(natural));
@@ -76,13 +76,57 @@ TEST_F(LocatedDesktop, TheManualTimesRuleUntilTheFixArrivesAndTheSunFromThenOn) 
     EXPECT_TRUE(isCalibrated());
 }
 
-TEST_F(LocatedDesktop, GeoClueDyingInTheMiddleLeavesTheManualTimesAndTheProgram) {
+TEST_F(LocatedDesktop, TheFirstFixIsFollowedByOneStop) {
+    writeSettingsWithActive("sleep");
+    const TemporaryFolder folder;
+    const auto log = folder.path() / "calls";
+    const Process monitor({"sh", "-c",
+                           "exec dbus-monitor --address '" + geoClue.bus.address() +
+                               "' \"interface='org.freedesktop.GeoClue2.Client'\" > " + log.string()});
+    const auto calls = [&log](const std::string& member) {
+        std::ifstream file(log);
+        const std::string text(std::istreambuf_iterator<char>(file), {});
+        const std::string end = "member=" + member + "\n";
+        std::size_t count = 0;
+        for (auto at = text.find(end); at != std::string::npos; at = text.find(end, at + 1)) {
+            ++count;
+        }
+        return count;
+    };
+    ASSERT_TRUE(eventually([&] { return calls("NameAcquired") > 0; })) << "the monitor's own name";
+    geoClue.startAgent();
+    geoClue.place(0, longitude());
+    const auto nocta = startHere("nocta");
+    ASSERT_TRUE(everyDisplayBecomes(natural)) << nocta->errors();
+    EXPECT_TRUE(eventually([&] { return calls("Stop") > 0; }));
+    nocta->signal(SIGTERM);
+    EXPECT_EQ(nocta->waitForEnd(), cleanExit);
+    EXPECT_EQ(calls("Start"), 1U);
+    EXPECT_EQ(calls("Stop"), 1U);
+}
+
+TEST_F(LocatedDesktop, WithoutAnAgentTheManualTimesRuleUntilThereIsOne) {
+    writeSettingsWithActive("dusk");
+    geoClue.place(0, longitude());
+    const auto nocta = startHere("nocta");
+    ASSERT_TRUE(everyDisplayBecomes(sleep)) << nocta->errors();
+    EXPECT_FALSE(eventually([this] { return !everyDisplayShows(sleep); }, std::chrono::milliseconds(300)));
+    geoClue.startAgent();
+    EXPECT_TRUE(eventually([this] { return everyDisplayShows(natural); }, std::chrono::seconds(50)));
+}
+
+TEST_F(LocatedDesktop, GeoClueDyingInTheMiddleLeavesTheManualTimesUntilALaterRequest) {
     writeSettingsWithActive("sleep");
     geoClue.startAgent();
-    const auto nocta = startNoctaHere();
+    const auto nocta = startHere("driven-nocta");
     ASSERT_TRUE(everyDisplayBecomes(sleep)) << nocta->errors();
     geoClue.kill();
     EXPECT_FALSE(eventually([this] { return !everyDisplayShows(sleep); }, std::chrono::milliseconds(300)));
+    geoClue.start();
+    geoClue.startAgent();
+    geoClue.place(0, longitude());
+    nocta->write("locate\n");
+    EXPECT_TRUE(everyDisplayBecomes(natural));
     nocta->signal(SIGTERM);
     EXPECT_EQ(nocta->waitForEnd(), cleanExit);
     EXPECT_EQ(nocta->errors(), "");
@@ -91,7 +135,7 @@ TEST_F(LocatedDesktop, GeoClueDyingInTheMiddleLeavesTheManualTimesAndTheProgram)
 TEST_F(LocatedDesktop, ASystemBusThatHangsOrDiesChangesNothing) {
     writeSettingsWithActive("sleep");
     geoClue.bus.freeze();
-    const auto nocta = startNoctaHere();
+    const auto nocta = startHere("nocta");
     ASSERT_TRUE(everyDisplayBecomes(sleep)) << nocta->errors();
     geoClue.bus.kill();
     EXPECT_FALSE(eventually([&] { return !nocta->isRunning(); }, std::chrono::milliseconds(300)));
