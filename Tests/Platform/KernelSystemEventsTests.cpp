@@ -3,6 +3,7 @@
 #include "Platform/Qt/QtRunLoop.h"
 #include "QtLoop.h"
 #include "RecordedSystemEvents.h"
+#include "Support/MachineClock.h"
 
 #include <cerrno>
 #include <fstream>
@@ -11,22 +12,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
-#include <sys/timex.h>
 #include <unistd.h>
 
 namespace nocta {
 namespace {
 
-/// Sets the machine's clock, by a nanosecond: forwards and, the next time, back. False where this user may not.
-bool setClock() {
-    static bool isAhead = false;
-    timex change{};
-    change.modes = ADJ_SETOFFSET | ADJ_NANO;
-    change.time.tv_sec = isAhead ? -1 : 0;
-    change.time.tv_usec = isAhead ? 999'999'999 : 1;
-    isAhead = !isAhead;
-    return adjtimex(&change) >= 0;
-}
+using test::setMachineClock;
 
 /// Moves this process to where the machine has been suspended `seconds` longer since it was started. Every process has
 /// only one thread, and may, where it may set the clock.
@@ -42,10 +33,10 @@ void pretendSuspend(int seconds) {
 class KernelSystemEventsTest : public testing::Test {
   protected:
     void SetUp() override {
-        if (!setClock()) {
+        if (!setMachineClock()) {
             GTEST_SKIP() << "this user may not set the clock";
         }
-        setClock();
+        setMachineClock();
         events.emplace(runLoop);
         events->setDelegate(&told);
     }
@@ -59,7 +50,7 @@ class KernelSystemEventsTest : public testing::Test {
 TEST_F(KernelSystemEventsTest, TellsEveryTimeTheClockIsSetForwardsAndBackwards) {
     for (int count = 0; count < 4; ++count) {
         told.clockChanges = 0;
-        setClock();
+        setMachineClock();
         EXPECT_TRUE(loop.runUntil([this] { return told.clockChanges > 0; })) << count;
     }
     EXPECT_TRUE(told.wakes.empty());
@@ -67,12 +58,12 @@ TEST_F(KernelSystemEventsTest, TellsEveryTimeTheClockIsSetForwardsAndBackwards) 
 
 TEST_F(KernelSystemEventsTest, TellsWithTheClockHowLongTheMachineWasSuspended) {
     pretendSuspend(3600);
-    setClock();
+    setMachineClock();
     ASSERT_TRUE(loop.runUntil([this] { return told.clockChanges > 0; }));
     ASSERT_EQ(told.wakes.size(), 1U);
     EXPECT_NEAR(told.wakes.front().count(), 3600, 0.1);
     told.clockChanges = 0;
-    setClock();
+    setMachineClock();
     ASSERT_TRUE(loop.runUntil([this] { return told.clockChanges > 0; }));
     EXPECT_EQ(told.wakes.size(), 1U) << "told again";
 }
@@ -80,16 +71,16 @@ TEST_F(KernelSystemEventsTest, TellsWithTheClockHowLongTheMachineWasSuspended) {
 TEST_F(KernelSystemEventsTest, TellsNobodyWithoutADelegateAndTheNextOneOfNothingThatWas) {
     events->setDelegate(nullptr);
     pretendSuspend(3600);
-    setClock();
+    setMachineClock();
     loop.runFor(std::chrono::milliseconds(50));
     events->setDelegate(&told);
-    setClock();
+    setMachineClock();
     ASSERT_TRUE(loop.runUntil([this] { return told.clockChanges > 0; }));
     EXPECT_TRUE(told.wakes.empty());
 }
 
 TEST_F(KernelSystemEventsTest, TellsNothingAfterItsEnd) {
-    setClock();
+    setMachineClock();
     events.reset();
     loop.runFor(std::chrono::milliseconds(50));
     EXPECT_EQ(told.clockChanges, 0);

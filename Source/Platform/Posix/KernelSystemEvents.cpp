@@ -32,10 +32,11 @@ KernelSystemEvents::~KernelSystemEvents() {
     }
 }
 
-/// Sets the timer for an instant that does not come: it ends only by being cancelled.
+/// Sets the timer for an instant that does not come: it ends only by being cancelled. A library that fakes the clock
+/// for this process adds to it.
 void KernelSystemEvents::arm() const {
     itimerspec never{};
-    never.it_value.tv_sec = std::numeric_limits<std::time_t>::max();
+    never.it_value.tv_sec = std::numeric_limits<std::time_t>::max() / 2;
     timerfd_settime(descriptor, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &never, nullptr);
 }
 
