@@ -446,6 +446,28 @@ TEST(InMemorySettings, AValueReplacesTheOneBeforeWhateverItsType) {
     EXPECT_EQ(store.integer("key"), 5);
 }
 
+TEST(SimulatedDisplays, ShowWhatTheContractSays) {
+    SimulatedDisplayService displays;
+    displays.displays = {5, 9};
+    const std::vector<float> first{0.0F, 1.0F};
+    const std::vector<float> second{0.0F, 0.5F};
+    EXPECT_EQ(displays.shown(5), nullptr);
+    displays.load(5, first, first, first);
+    ASSERT_NE(displays.shown(5), nullptr);
+    EXPECT_EQ(displays.shown(5)->red, first);
+    EXPECT_EQ(displays.shown(9), nullptr) << "was there and not loaded";
+    displays.load(9, second, second, second);
+    displays.load(77, first, first, first);
+    displays.displays = {5, 12};
+    EXPECT_EQ(displays.shown(9), nullptr) << "gone";
+    ASSERT_NE(displays.shown(12), nullptr) << "appeared";
+    EXPECT_EQ(displays.shown(12)->red, second);
+    EXPECT_EQ(displays.shown(5)->red, first);
+    displays.restoreCalibration();
+    EXPECT_EQ(displays.shown(5), nullptr);
+    EXPECT_EQ(displays.shown(12), nullptr);
+}
+
 TEST(SimulatedDisplays, CountAndListAndRemember) {
     SimulatedDisplayService displays;
     displays.displays = {5, 9};

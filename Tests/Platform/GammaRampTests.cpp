@@ -1,4 +1,4 @@
-#include "Platform/X11/GammaRamp.h"
+#include "Platform/Gamma/GammaRamp.h"
 
 #include <cmath>
 #include <cstdint>

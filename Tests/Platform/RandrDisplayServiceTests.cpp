@@ -1,7 +1,7 @@
 #include "Platform/X11/RandrDisplayService.h"
 
+#include "Platform/Gamma/GammaRamp.h"
 #include "Platform/Qt/QtRunLoop.h"
-#include "Platform/X11/GammaRamp.h"
 #include "QtLoop.h"
 #include "Support/DrivenDisplays.h"
 #include "Support/Process.h"

@@ -17,6 +17,34 @@ void SimulatedDisplayService::load(DisplayID display, std::span<const float> red
                              .red = {red.begin(), red.end()},
                              .green = {green.begin(), green.end()},
                              .blue = {blue.begin(), blue.end()}});
+    std::erase_if(shownLoads, [this](const auto& entry) { return !isActive(entry.first); });
+    if (!isActive(display) || red.empty()) {
+        return;
+    }
+    for (const auto active : displays) {
+        shownLoads.try_emplace(active, lastLoad);
+    }
+    lastLoad = recordedLoads.size() - 1;
+    shownLoads[display] = lastLoad;
+}
+
+const SimulatedDisplayService::Load* SimulatedDisplayService::shown(DisplayID display) const {
+    if (!isActive(display)) {
+        return nullptr;
+    }
+    const auto known = shownLoads.find(display);
+    const auto load = known != shownLoads.end() ? known->second : lastLoad;
+    return load ? &recordedLoads[*load] : nullptr;
+}
+
+void SimulatedDisplayService::restoreCalibration() {
+    ++recordedRestores;
+    shownLoads.clear();
+    lastLoad.reset();
+}
+
+bool SimulatedDisplayService::isActive(DisplayID display) const {
+    return std::ranges::find(displays, display) != displays.end();
 }
 
 std::vector<DisplayDescription> SimulatedDisplayService::describe() {

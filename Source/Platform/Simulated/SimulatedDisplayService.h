@@ -2,7 +2,10 @@
 
 #include "Platform/DisplayService.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <map>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -23,6 +26,9 @@ class SimulatedDisplayService final : public DisplayService {
 
     /// Everything loaded so far, in order.
     [[nodiscard]] const std::vector<Load>& loads() const { return recordedLoads; }
+    /// What an active display shows, null while that is its own calibration: as of the contract, one that appears has
+    /// what was loaded last into any.
+    [[nodiscard]] const Load* shown(DisplayID display) const;
     [[nodiscard]] int listCalls() const { return recordedListCalls; }
     [[nodiscard]] int flushes() const { return recordedFlushes; }
     [[nodiscard]] int reloads() const { return recordedReloads; }
@@ -34,12 +40,18 @@ class SimulatedDisplayService final : public DisplayService {
               std::span<const float> blue) override;
     void flush() override { ++recordedFlushes; }
     void reload() override { ++recordedReloads; }
-    void restoreCalibration() override { ++recordedRestores; }
+    void restoreCalibration() override;
     [[nodiscard]] std::string_view mechanism() const override { return "simulated"; }
     [[nodiscard]] std::vector<DisplayDescription> describe() override;
 
   private:
+    [[nodiscard]] bool isActive(DisplayID display) const;
+
     std::vector<Load> recordedLoads;
+    // What is in force, as indices of the loads: of each display that was active during a load, nothing for its own
+    // calibration; and the last one of all.
+    std::map<DisplayID, std::optional<std::size_t>> shownLoads;
+    std::optional<std::size_t> lastLoad;
     int recordedListCalls = 0;
     int recordedFlushes = 0;
     int recordedReloads = 0;

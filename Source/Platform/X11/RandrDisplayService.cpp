@@ -1,7 +1,7 @@
 #include "Platform/X11/RandrDisplayService.h"
 
+#include "Platform/Gamma/GammaRamp.h"
 #include "Platform/X11/ClientMark.h"
-#include "Platform/X11/GammaRamp.h"
 
 #include <algorithm>
 #include <random>

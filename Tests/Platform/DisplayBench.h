@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Platform/DisplayService.h"
+#include "Platform/RunLoop.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace nocta::test {
+
+/// Displays of one kind and the service for them: what a test needs to hold every back end to the same contract. Three
+/// displays are active at first.
+class DisplayBench {
+  public:
+    /// All entries of a table: red, then green, then blue. Empty: the display's own calibration.
+    using Shown = std::vector<std::uint16_t>;
+
+    DisplayBench() = default;
+    DisplayBench(const DisplayBench&) = delete;
+    DisplayBench& operator=(const DisplayBench&) = delete;
+    virtual ~DisplayBench() = default;
+
+    [[nodiscard]] virtual std::unique_ptr<DisplayService> makeService(RunLoop& loop) = 0;
+
+    /// Entries a channel.
+    [[nodiscard]] virtual std::size_t size() const = 0;
+    /// What each active display shows, in the service's order.
+    [[nodiscard]] virtual std::vector<Shown> shown() const = 0;
+    /// One more display becomes active, as the last one; or the last one ceases to be.
+    virtual void appear() = 0;
+    virtual void disappear() = 0;
+};
+
+/// How a bench is made; named for the tests that run on it.
+struct BenchKind {
+    std::string name;
+    std::function<std::unique_ptr<DisplayBench>()> make;
+
+    friend std::ostream& operator<<(std::ostream& stream, const BenchKind& kind) { return stream << kind.name; }
+};
+
+[[nodiscard]] BenchKind simulatedBench();
+[[nodiscard]] BenchKind randrBench();
+[[nodiscard]] BenchKind wlrBench(std::size_t size);
+
+} // namespace nocta::test

@@ -1,0 +1,121 @@
+/* Loaded into sway by LD_PRELOAD: gives the outputs of wlroots' headless back end what only those of real hardware have,
+ * a gamma table, being switched off, and being pulled out.
+ *
+ * In the folder that NOCTA_TEST_GAMMA names, the file "size" says how many entries a channel has at this moment, and
+ * the file named after an output is the table that it shows, as 16-bit numbers, red, green and blue after each other;
+ * empty or missing while it shows its own. SIGUSR1 pulls the newest output out, if it is not the only one. */
+
+#define _GNU_SOURCE
+#define WLR_USE_UNSTABLE
+
+#include <dlfcn.h>
+#include <signal.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <wlr/interfaces/wlr_output.h>
+
+enum { most_outputs = 64 };
+
+static bool (*commit_headless)(struct wlr_output *output);
+static struct wlr_output *outputs[most_outputs];
+static int output_count;
+
+static const char *folder(void) {
+    const char *name = getenv("NOCTA_TEST_GAMMA");
+    return name != NULL ? name : ".";
+}
+
+static size_t gamma_size(struct wlr_output *output) {
+    (void)output;
+    char path[512];
+    snprintf(path, sizeof path, "%s/size", folder());
+    FILE *file = fopen(path, "r");
+    unsigned long size = 0;
+    if (file != NULL) {
+        if (fscanf(file, "%lu", &size) != 1) {
+            size = 0;
+        }
+        fclose(file);
+    }
+    return size;
+}
+
+static void record(const struct wlr_output *output) {
+    char path[512];
+    char unfinished[520];
+    snprintf(path, sizeof path, "%s/%s", folder(), output->name);
+    snprintf(unfinished, sizeof unfinished, "%s.new", path);
+    FILE *file = fopen(unfinished, "w");
+    if (file == NULL) {
+        return;
+    }
+    fwrite(output->pending.gamma_lut, sizeof(uint16_t), 3 * output->pending.gamma_lut_size, file);
+    fclose(file);
+    rename(unfinished, path);
+}
+
+static bool commit(struct wlr_output *output) {
+    const uint32_t ours = WLR_OUTPUT_STATE_GAMMA_LUT | WLR_OUTPUT_STATE_ENABLED;
+    const uint32_t taken = output->pending.committed & ours;
+    output->pending.committed &= ~ours;
+    const bool succeeded = commit_headless(output);
+    output->pending.committed |= taken;
+    if (succeeded && (taken & WLR_OUTPUT_STATE_ENABLED) != 0) {
+        wlr_output_update_enabled(output, output->pending.enabled);
+    }
+    if (succeeded && (taken & WLR_OUTPUT_STATE_GAMMA_LUT) != 0) {
+        record(output);
+    }
+    return succeeded;
+}
+
+static int pull_out(int signal_number, void *data) {
+    (void)signal_number;
+    (void)data;
+    /* sway has one more for itself, with a name of its own, for when there is no other. */
+    int newest = output_count - 1;
+    while (newest >= 0 && strncmp(outputs[newest]->name, "HEADLESS-", strlen("HEADLESS-")) != 0) {
+        --newest;
+    }
+    if (newest > 0) {
+        struct wlr_output *pulled = outputs[newest];
+        memmove(&outputs[newest], &outputs[newest + 1], sizeof *outputs * (size_t)(--output_count - newest));
+        wlr_output_destroy(pulled);
+    }
+    return 0;
+}
+
+/* The back end's description of itself is constant. */
+static void give_gamma(const struct wlr_output_impl *implementation) {
+    const uintptr_t page = (uintptr_t)sysconf(_SC_PAGESIZE);
+    const uintptr_t start = (uintptr_t)implementation & ~(page - 1);
+    const uintptr_t end = ((uintptr_t)implementation + sizeof *implementation + page - 1) & ~(page - 1);
+    if (mprotect((void *)start, end - start, PROT_READ | PROT_WRITE) != 0) {
+        perror("headless gamma");
+        abort();
+    }
+    struct wlr_output_impl *writable = (struct wlr_output_impl *)implementation;
+    commit_headless = writable->commit;
+    writable->commit = commit;
+    writable->get_gamma_size = gamma_size;
+}
+
+void wlr_output_init(struct wlr_output *output, struct wlr_backend *backend,
+                     const struct wlr_output_impl *implementation, struct wl_display *display) {
+    if (implementation->get_gamma_size == NULL) {
+        give_gamma(implementation);
+    }
+    void (*init)(struct wlr_output *, struct wlr_backend *, const struct wlr_output_impl *, struct wl_display *);
+    *(void **)&init = dlsym(RTLD_NEXT, "wlr_output_init");
+    init(output, backend, implementation, display);
+    if (output_count == 0) {
+        wl_event_loop_add_signal(wl_display_get_event_loop(display), SIGUSR1, pull_out, NULL);
+    }
+    if (output_count < most_outputs) {
+        outputs[output_count++] = output;
+    }
+}
