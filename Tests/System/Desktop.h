@@ -15,6 +15,8 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -74,12 +76,18 @@ class Desktop : public testing::Test {
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    [[nodiscard]] std::unique_ptr<Process> start(const std::string& program) const {
-        return std::make_unique<Process>(std::vector<std::string>{programFolder() / program}, environment());
+    [[nodiscard]] std::unique_ptr<Process> start(const std::string& program,
+                                                 std::vector<std::string> arguments = {}) const {
+        arguments.insert(arguments.begin(), programFolder() / program);
+        return std::make_unique<Process>(std::move(arguments), environment());
     }
     [[nodiscard]] std::unique_ptr<Process> startNocta() const { return start("nocta"); }
     /// The same program, which carries out commands from its standard input.
     [[nodiscard]] std::unique_ptr<Process> startDrivenNocta() const { return start("driven-nocta"); }
+    /// And whose timers run that many times as fast.
+    [[nodiscard]] std::unique_ptr<Process> startDrivenNocta(int factor) const {
+        return start("driven-nocta", {std::to_string(factor)});
+    }
 
     /// Kills both, so that neither sees the other's end: Nocta is stopped first.
     static void killWithItsGuard(Process& nocta) {

@@ -1,4 +1,6 @@
 // The whole program, with a person's hand in its standard input: one command a line.
+//
+// driven-nocta [FACTOR]: Core's timers run that many times as fast; fades of windows keep their time.
 
 #include "App/AppDelegate.h"
 #include "App/Program.h"
@@ -14,11 +16,14 @@
 #include <csignal>
 #include <cstdlib>
 #include <functional>
+#include <iostream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include <unistd.h>
 
@@ -26,9 +31,37 @@ namespace {
 
 using namespace nocta; // NOLINT(google-build-using-namespace)
 
+/// A run loop on which what takes minutes takes moments.
+class HastyRunLoop final : public RunLoop {
+  public:
+    HastyRunLoop(RunLoop& loop, double factor) : loop(loop), factor(factor) {}
+
+    std::unique_ptr<Timer> oneShot(Seconds delay, std::function<void()> callback) override {
+        return loop.oneShot(delay / factor, std::move(callback));
+    }
+    std::unique_ptr<Timer> repeating(Seconds interval, TimerPrecision precision,
+                                     std::function<void()> callback) override {
+        return loop.repeating(interval / factor, precision, std::move(callback));
+    }
+    void async(std::function<void()> task) override { loop.async(std::move(task)); }
+    std::unique_ptr<RunLoopSource> watch(int descriptor, std::function<void()> callback) override {
+        return loop.watch(descriptor, std::move(callback));
+    }
+
+  private:
+    RunLoop& loop;
+    double factor;
+};
+
 class Hand final : public ApplicationDelegate {
   public:
+    explicit Hand(double factor) : factor(factor) {}
+
     void applicationDidFinishLaunching() override {
+        Platform platform = Platform::current();
+        hastyLoop.emplace(*platform.runLoop, factor);
+        platform.runLoop = &*hastyLoop;
+        Platform::install(platform);
         program.applicationDidFinishLaunching();
         commandWatch = Platform::current().runLoop->watch(STDIN_FILENO, [this] { readCommands(); });
     }
@@ -93,6 +126,11 @@ class Hand final : public ApplicationDelegate {
                  state.breakIntervalMinutes = minutes;
              }},
             {"locate", [] { CircadianScheduler::shared().requestLocation(); }},
+            {"tallies",
+             [&] {
+                 std::cerr << state.breaksTaken.get() << " taken, " << state.breaksSkipped.get() << " skipped"
+                           << std::endl;
+             }},
             {"reset", [] { FilterEngine::shared().resetAllDisplays(); }},
             {"quit", [] { Platform::current().application->terminate(); }},
             {"abort", [] { std::abort(); }},
@@ -141,6 +179,8 @@ class Hand final : public ApplicationDelegate {
         }
     }
 
+    double factor;
+    std::optional<HastyRunLoop> hastyLoop;
     AppDelegate program;
     std::unique_ptr<RunLoopSource> commandWatch;
     std::unique_ptr<Timer> restlessness;
@@ -150,7 +190,7 @@ class Hand final : public ApplicationDelegate {
 
 } // namespace
 
-int main(int /*argc*/, char** argv) {
-    Hand hand;
+int main(int argc, char** argv) {
+    Hand hand(argc > 1 ? std::stod(argv[1]) : 1); // NOLINT: the arguments are a plain array
     return runProgram(argv, hand);
 }
