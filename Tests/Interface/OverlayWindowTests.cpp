@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 
+#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -15,7 +16,7 @@ constexpr QPoint skipButton(640, 553);
 
 TEST_F(OverlayDesktop, CoversTheMainScreenAndNoOther) {
     presentAndWait();
-    EXPECT_EQ(pixel(0, 0), background);
+    EXPECT_TRUE(runUntil([] { return pixel(0, 0) == background; }));
     for (const auto& corner : {secondArea.topLeft(), secondArea.topRight(), secondArea.bottomLeft(),
                                secondArea.bottomRight(), secondArea.center()}) {
         EXPECT_EQ(pixel(corner.x(), corner.y()), wallpaper) << corner.x() << ", " << corner.y();
@@ -52,8 +53,9 @@ TEST_F(OverlayDesktop, ClosingUncoversTheScreenAtOnce) {
 }
 
 TEST_F(OverlayDesktop, ClosingDuringAFadeCallsNoCompletion) {
-    present(Seconds(0.2));
-    ASSERT_TRUE(runUntil([] { return covers(mainArea); }));
+    presentAndWait();
+    isFadedIn = false;
+    window->animateAlpha(1, Seconds(0.2), TimingFunction::easeOut, [this] { isFadedIn = true; });
     window->close();
     runFor(std::chrono::milliseconds(400));
     EXPECT_FALSE(isFadedIn);
@@ -61,7 +63,7 @@ TEST_F(OverlayDesktop, ClosingDuringAFadeCallsNoCompletion) {
 }
 
 TEST_F(OverlayDesktop, ALaterFadeTakesThePlaceOfARunningOne) {
-    present(Seconds(5));
+    present(Seconds(30));
     bool isFadedOut = false;
     window->animateAlpha(0, Seconds(0.05), TimingFunction::standard, [&] { isFadedOut = true; });
     EXPECT_TRUE(runUntil([&] { return isFadedOut; }));
@@ -76,10 +78,9 @@ TEST_F(OverlayDesktop, TheWindowMayEndInTheCompletionOfItsFade) {
 }
 
 TEST_F(OverlayDesktop, WithoutACompositorTheBackgroundIsThereAtOnceAndTheContentFadesIn) {
-    present(Seconds(0.6));
-    ASSERT_TRUE(runUntil([] { return covers(mainArea); }));
+    present(Seconds(2)); // longer than a break's, for a machine that is busy
+    ASSERT_TRUE(runUntil([] { return pixel(0, 0) == background && covers(mainArea); }));
     EXPECT_FALSE(isFadedIn);
-    EXPECT_EQ(pixel(0, 0), background);
     const auto brightness = [] {
         const auto title = screenshot(QRect(500, 290, 280, 40));
         int brightest = 0;
@@ -95,11 +96,12 @@ TEST_F(OverlayDesktop, WithoutACompositorTheBackgroundIsThereAtOnceAndTheContent
         seen.push_back(brightness());
         return isFadedIn;
     }));
-    runFor(std::chrono::milliseconds(50));
-    seen.push_back(brightness());
+    EXPECT_TRUE(runUntil([&] {
+        seen.push_back(brightness());
+        return seen.back() == 255;
+    }));
     EXPECT_TRUE(std::ranges::is_sorted(seen));
     EXPECT_GT(std::ranges::count_if(seen, [](int value) { return value > 40 && value < 200; }), 2);
-    EXPECT_EQ(seen.back(), 255);
 }
 
 // What stands above what.
@@ -115,13 +117,15 @@ class UnderAWindowManager : public OverlayDesktop, public testing::WithParamInte
         return opened;
     }
 
-    /// Whether the main screen stays covered from now on, or after at most a moment.
+    /// Whether the main screen is covered, also after a window manager has had the time for its say, or a moment
+    /// later.
     bool staysCovered() {
-        if (!runUntil([] { return covers(mainArea) && isDark(pixel(200, 200)); })) {
+        const auto isCovered = [] { return covers(mainArea) && isDark(pixel(200, 200)); };
+        if (!runUntil(isCovered)) {
             return false;
         }
         runFor(std::chrono::milliseconds(150));
-        return covers(mainArea) && isDark(pixel(200, 200));
+        return runUntil(isCovered);
     }
 };
 
@@ -302,9 +306,19 @@ TEST_P(SkipKeys, PressesNothingBeforeTab) {
 }
 
 TEST_P(SkipKeys, PressesNothingInTheFirstHalfSecond) {
-    present();
-    typeKey("Tab");
-    typeKey(GetParam());
+    const auto typesInTime = [this] {
+        QElapsedTimer time;
+        time.start();
+        present();
+        typeKey("Tab");
+        typeKey(GetParam());
+        runFor(std::chrono::milliseconds(50));
+        return !time.hasExpired(450);
+    };
+    while (!typesInTime()) { // on a machine that is busy
+        window.reset();
+        skips = 0;
+    }
     settle();
     typeKey(GetParam());
     runFor(std::chrono::milliseconds(100));
@@ -408,7 +422,7 @@ TEST_F(OverlayDesktop, TheBarDrainsToTheLeft) {
         return width;
     };
     // The ends are round: half a bar's height is no full colour on either side.
-    EXPECT_NEAR(filled(), 280, 3);
+    EXPECT_TRUE(runUntil([&] { return std::abs(filled() - 280) <= 3; }));
     window->setContent(breakContent(10));
     EXPECT_TRUE(runUntil([&] { return std::abs(filled() - 140) <= 3; }));
     window->setContent(breakContent(0));
@@ -475,8 +489,20 @@ class LockedDesktop : public UnderAWindowManager {
 
     Process& lock() {
         auto& locker = launch({"i3lock", "--nofork", "--color=00aa00", "--no-unlock-indicator"});
-        EXPECT_TRUE(runUntil([] { return pixel(0, 0) == lockColor && pixel(2000, 400) == lockColor; }));
+        EXPECT_TRUE(
+            runUntil([] { return pixel(0, 0) == lockColor && pixel(2000, 400) == lockColor && isKeyboardGrabbed(); }));
         return locker;
+    }
+
+    /// Which it does after it is on the screen.
+    static bool isKeyboardGrabbed() {
+        const XConnection server;
+        const XReply<xcb_grab_keyboard_reply_t> grab(
+            xcb_grab_keyboard_reply(server.get(),
+                                    xcb_grab_keyboard(server.get(), 1, server.root(), XCB_CURRENT_TIME,
+                                                      XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+                                    nullptr));
+        return grab && grab->status == XCB_GRAB_STATUS_ALREADY_GRABBED;
     }
 
     bool staysLocked() {
@@ -536,7 +562,7 @@ bool isNear(QRgb one, QRgb other) {
 
 TEST_F(OverlayDesktop, WithACompositorTheWholeWindowFadesAndStaysTranslucent) {
     startCompositor();
-    present(Seconds(0.6));
+    present(Seconds(2));
     std::vector<int> seen;
     EXPECT_TRUE(runUntil([&] {
         seen.push_back(qBlue(pixel(0, 0)));
@@ -552,7 +578,7 @@ TEST_F(OverlayDesktop, WithACompositorTheWholeWindowFadesAndStaysTranslucent) {
 TEST_F(OverlayDesktop, WithACompositorTheWholeWindowFadesOut) {
     startCompositor();
     presentAndWait();
-    window->animateAlpha(0, Seconds(0.3), TimingFunction::standard, [this] { window->close(); });
+    window->animateAlpha(0, Seconds(2), TimingFunction::standard, [this] { window->close(); });
     std::vector<int> seen;
     EXPECT_TRUE(runUntil([&] {
         seen.push_back(qBlue(pixel(0, 0)));
