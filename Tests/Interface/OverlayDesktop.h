@@ -133,6 +133,16 @@ class OverlayDesktop : public testing::Test {
     Process& startCompositor() {
         auto& compositor = launch({"picom", "--backend", "xrender", "--config", "/dev/null"});
         EXPECT_TRUE(runUntil([] { return hasCompositor(); }));
+        // It says that it is there before it draws; meanwhile the screen may be black. So wait for a blended window.
+        {
+            const ForeignWindow sign(2000, 700, 20, 20, 0xff0000, ForeignWindow::Kind::override);
+            const std::uint32_t half = UINT32_MAX / 2;
+            xcb_change_property(wallpaperOwner.get(), XCB_PROP_MODE_REPLACE, sign.id(),
+                                wallpaperOwner.atom("_NET_WM_WINDOW_OPACITY"), XCB_ATOM_CARDINAL, 32, 1, &half);
+            wallpaperOwner.synchronize();
+            EXPECT_TRUE(runUntil([] { return std::abs(qRed(pixel(2010, 710)) - (255 + qRed(wallpaper)) / 2) <= 2; }));
+        }
+        EXPECT_TRUE(runUntil([] { return pixel(2010, 710) == wallpaper; }));
         return compositor;
     }
 

@@ -98,8 +98,8 @@ TEST_F(OverlayDesktop, WithoutACompositorTheBackgroundIsThereAtOnceAndTheContent
     }));
     EXPECT_TRUE(runUntil([&] {
         seen.push_back(brightness());
-        return seen.back() == 255;
-    }));
+        return seen.back() >= 254; // Qt does not draw anew for the last half percent
+    })) << seen.back();
     EXPECT_TRUE(std::ranges::is_sorted(seen));
     EXPECT_GT(std::ranges::count_if(seen, [](int value) { return value > 40 && value < 200; }), 2);
 }
@@ -569,7 +569,7 @@ TEST_F(OverlayDesktop, WithACompositorTheWholeWindowFadesAndStaysTranslucent) {
         return isFadedIn;
     }));
     EXPECT_TRUE(runUntil([] { return isNear(pixel(0, 0), veiled(wallpaper)); })) << std::hex << pixel(0, 0);
-    EXPECT_TRUE(std::ranges::is_sorted(seen, std::greater()));
+    EXPECT_TRUE(std::ranges::is_sorted(seen, std::greater())) << testing::PrintToString(seen);
     EXPECT_GT(std::ranges::count_if(seen, [](int blue) { return blue > 30 && blue < 180; }), 2);
     EXPECT_EQ(pixel(1280, 0), wallpaper);
     EXPECT_EQ(pixel(1280, 400), wallpaper) << "no shadow falls on the other screen";
