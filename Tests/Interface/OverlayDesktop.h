@@ -45,24 +45,22 @@ inline OverlayContent breakContent(int remaining, int duration = 20) {
                  .contentTintColor = {.red = 1, .green = 1, .blue = 1, .alpha = 0.35}}};
 }
 
-/// Two screens side by side, the left one the main one, on a server of their own; and the overlay's real windows.
-class OverlayDesktop : public testing::Test {
+/// A server of its own, the program's application on it, and the overlay's real windows. Somebody has to call `begin`
+/// when the screens are as they should be.
+class OverlaySession : public testing::Test {
   protected:
     static constexpr QRgb wallpaper = 0xff4080c0;
     /// (0.05, 0.03, 0) of 255, rounded.
     static constexpr QRgb background = 0xff0d0800;
 
-    OverlayDesktop() {
-        run({"xrandr", "--addmode", "DUMMY1", "1280x800"});
-        run({"xrandr", "--output", "DUMMY0", "--mode", "1280x800", "--pos", "0x0", "--primary", "--output", "DUMMY1",
-             "--mode", "1280x800", "--pos", "1280x0"});
+    void begin() {
         setWallpaper();
         application.emplace("xcb", arguments, nullptr);
         surfaces.emplace(loop);
         host.emplace(*surfaces, loop);
     }
 
-    ~OverlayDesktop() override {
+    ~OverlaySession() override {
         window.reset();
         host.reset();
         // Programs on the screen end before the server does.
@@ -194,11 +192,6 @@ class OverlayDesktop : public testing::Test {
         window->setContent(breakContent(20));
     }
 
-    void presentAndWait() {
-        present();
-        ASSERT_TRUE(runUntil([this] { return isFadedIn && covers(mainArea); }));
-    }
-
     /// What is on the screen: the whole root window.
     static QImage screenshot() {
         const XConnection server;
@@ -255,9 +248,6 @@ class OverlayDesktop : public testing::Test {
     }
     static void typeKey(const std::string& key) { run({"xdotool", "key", "--clearmodifiers", key}); }
 
-    static constexpr QRect mainArea{0, 0, 1280, 800};
-    static constexpr QRect secondArea{1280, 0, 1280, 800};
-
     XServer xServer;
     XConnection wallpaperOwner;
     char name[6] = "nocta";
@@ -270,6 +260,25 @@ class OverlayDesktop : public testing::Test {
     std::unique_ptr<OverlayWindow> window;
     bool isFadedIn = false;
     int skips = 0;
+};
+
+/// Two screens side by side, the left one the main one.
+class OverlayDesktop : public OverlaySession {
+  protected:
+    OverlayDesktop() {
+        run({"xrandr", "--addmode", "DUMMY1", "1280x800"});
+        run({"xrandr", "--output", "DUMMY0", "--mode", "1280x800", "--pos", "0x0", "--primary", "--output", "DUMMY1",
+             "--mode", "1280x800", "--pos", "1280x0"});
+        begin();
+    }
+
+    void presentAndWait() {
+        present();
+        ASSERT_TRUE(runUntil([this] { return isFadedIn && covers(mainArea); }));
+    }
+
+    static constexpr QRect mainArea{0, 0, 1280, 800};
+    static constexpr QRect secondArea{1280, 0, 1280, 800};
 };
 
 } // namespace nocta::test
