@@ -163,7 +163,7 @@ TEST_F(ShownNotifications, DoNotWaitForADaemonThatHangs) {
             return watch.frames == 30;
         }));
         // A call that waits does so for 25 s. What one frame is, the figures say: a busy machine takes more than that.
-        EXPECT_LT(watch.longest, std::chrono::seconds(1));
+        EXPECT_LT(watch.longest, std::chrono::seconds(15));
     }
     daemon.signal(SIGCONT);
     EXPECT_TRUE(becomes(daemon, static_cast<std::size_t>(added)));
@@ -195,7 +195,7 @@ class LostNotifications : public Notifications {
     ~LostNotifications() override {
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
         // A call that waits does so for 25 s.
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
     }
     LostNotifications(const LostNotifications&) = delete;
     LostNotifications& operator=(const LostNotifications&) = delete;

@@ -196,7 +196,7 @@ TEST_F(GeoClueLocationServiceTest, ABusThatHangsIsNotWaitedForAndALaterRequestIs
     impatientService->stopUpdatingLocation();
     impatientService->startUpdatingLocation();
     EXPECT_TRUE(loop.runUntil([this] { return listener.failures == 1; }));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
     geoClue.bus.thaw();
     EXPECT_TRUE(loop.runUntil([this] { return fix(*impatientService).has_value(); }, std::chrono::seconds(60)));
 }

@@ -180,7 +180,7 @@ TEST_F(LoginSystemEventsTest, ABusThatHangsIsNotWaitedFor) {
     const auto start = std::chrono::steady_clock::now();
     events->setDelegate(&told);
     loop.runFor(std::chrono::milliseconds(50));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
     bus.thaw();
     EXPECT_TRUE(comesFrom(&wake, [this] { return !told.wakes.empty(); }));
 }
