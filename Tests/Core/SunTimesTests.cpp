@@ -30,6 +30,8 @@ TEST(SunTimes, ThereAreNoneInPolarNightAndDayAndWhereThereIsNoPlace) {
     constexpr double infinite = std::numeric_limits<double>::infinity();
     EXPECT_FALSE(sunMinutes(355, 80, 0));
     EXPECT_FALSE(sunMinutes(172, 80, 0));
+    EXPECT_FALSE(sunMinutes(172, 90, 0));
+    EXPECT_FALSE(sunMinutes(172, -90, 0));
     EXPECT_FALSE(sunMinutes(100, none, 0));
     EXPECT_FALSE(sunMinutes(100, 0, none));
     EXPECT_FALSE(sunMinutes(100, infinite, 0));
