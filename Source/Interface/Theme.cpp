@@ -111,6 +111,22 @@ QColor Theme::switchedOff() const {
     return choose(currentScheme, black(0.2), white(0.24));
 }
 
+QColor Theme::switchedOffHover() const {
+    return choose(currentScheme, black(0.26), white(0.3));
+}
+
+QColor Theme::knob() const {
+    return choose(currentScheme, QColor(0xff, 0xff, 0xff), QColor(0xee, 0xed, 0xeb));
+}
+
+QColor Theme::knobDown() const {
+    return choose(currentScheme, QColor(0xee, 0xed, 0xec), QColor(0xff, 0xff, 0xff));
+}
+
+QColor Theme::knobEdge() const {
+    return black(0.16);
+}
+
 QColor Theme::raised() const {
     return choose(currentScheme, QColor(0xff, 0xff, 0xff), QColor(0x5c, 0x5a, 0x58));
 }
@@ -129,6 +145,10 @@ QColor Theme::pressed() const {
 
 QColor Theme::focusRing() const {
     return choose(currentScheme, QColor(0x00, 0x67, 0xd8), QColor(0x4d, 0xa6, 0xff));
+}
+
+QColor Theme::scrollIndicator() const {
+    return choose(currentScheme, black(0.22), white(0.26));
 }
 
 QFont Theme::headline() {

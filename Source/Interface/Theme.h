@@ -39,12 +39,18 @@ class Theme final : public QObject {
     /// Of what is empty in a control: a track, a segmented control's bed, a switch that is off.
     Q_PROPERTY(QColor trough READ trough NOTIFY changed FINAL)
     Q_PROPERTY(QColor switchedOff READ switchedOff NOTIFY changed FINAL)
+    Q_PROPERTY(QColor switchedOffHover READ switchedOffHover NOTIFY changed FINAL)
+    /// Of what is moved along a track.
+    Q_PROPERTY(QColor knob READ knob NOTIFY changed FINAL)
+    Q_PROPERTY(QColor knobDown READ knobDown NOTIFY changed FINAL)
+    Q_PROPERTY(QColor knobEdge READ knobEdge NOTIFY changed FINAL)
     /// Of what lies on a trough or is pressed: the chosen segment, a bordered button.
     Q_PROPERTY(QColor raised READ raised NOTIFY changed FINAL)
     Q_PROPERTY(QColor raisedBorder READ raisedBorder NOTIFY changed FINAL)
     Q_PROPERTY(QColor hover READ hover NOTIFY changed FINAL)
     Q_PROPERTY(QColor pressed READ pressed NOTIFY changed FINAL)
     Q_PROPERTY(QColor focusRing READ focusRing NOTIFY changed FINAL)
+    Q_PROPERTY(QColor scrollIndicator READ scrollIndicator NOTIFY changed FINAL)
 
     Q_PROPERTY(QFont headline READ headline NOTIFY fontsChanged FINAL)
     Q_PROPERTY(QFont body READ body NOTIFY fontsChanged FINAL)
@@ -74,11 +80,16 @@ class Theme final : public QObject {
     [[nodiscard]] QColor divider() const;
     [[nodiscard]] QColor trough() const;
     [[nodiscard]] QColor switchedOff() const;
+    [[nodiscard]] QColor switchedOffHover() const;
+    [[nodiscard]] QColor knob() const;
+    [[nodiscard]] QColor knobDown() const;
+    [[nodiscard]] QColor knobEdge() const;
     [[nodiscard]] QColor raised() const;
     [[nodiscard]] QColor raisedBorder() const;
     [[nodiscard]] QColor hover() const;
     [[nodiscard]] QColor pressed() const;
     [[nodiscard]] QColor focusRing() const;
+    [[nodiscard]] QColor scrollIndicator() const;
 
     /// In the desktop's own typeface, in logical pixels.
     [[nodiscard]] static QFont headline();

@@ -13,7 +13,21 @@ namespace nocta::test {
 namespace key {
 inline constexpr std::uint8_t i = 31;
 inline constexpr std::uint8_t a = 38;
+inline constexpr std::uint8_t p = 33;
+inline constexpr std::uint8_t digit1 = 10;
+inline constexpr std::uint8_t digit8 = 17;
+inline constexpr std::uint8_t escape = 9;
+inline constexpr std::uint8_t tab = 23;
+inline constexpr std::uint8_t space = 65;
 inline constexpr std::uint8_t enter = 36;
+inline constexpr std::uint8_t home = 110;
+inline constexpr std::uint8_t up = 111;
+inline constexpr std::uint8_t pageUp = 112;
+inline constexpr std::uint8_t left = 113;
+inline constexpr std::uint8_t right = 114;
+inline constexpr std::uint8_t end = 115;
+inline constexpr std::uint8_t down = 116;
+inline constexpr std::uint8_t pageDown = 117;
 inline constexpr std::uint8_t control = 37;
 inline constexpr std::uint8_t shift = 50;
 inline constexpr std::uint8_t rightShift = 62;
@@ -33,6 +47,8 @@ class DrivenInput {
     void type(std::initializer_list<std::uint8_t> keys) const;
     /// Presses and releases a mouse button.
     void click(std::uint8_t button) const;
+    void pressButton(std::uint8_t button) const { send(XCB_BUTTON_PRESS, button); }
+    void releaseButton(std::uint8_t button) const { send(XCB_BUTTON_RELEASE, button); }
     void movePointer(std::int16_t x, std::int16_t y) const;
 
     /// Plugs in a second keyboard and mouse, with a focus and a pointer of their own. Returns the keyboard, to be

@@ -1,0 +1,7 @@
+import QtQuick
+import Nocta
+
+Rectangle {
+    color: Theme.divider
+    implicitHeight: 1
+}
