@@ -251,13 +251,25 @@ TEST(BreakTimeline, WithoutPausesAnOverlayEndsTheFadeBeforeIt) {
 // --- Whatever people do ---
 
 struct Act {
-    enum class Kind { pass, skip, switchOn, switchOff, setInterval, setLength, suspend };
+    enum class Kind {
+        pass,
+        skip,
+        switchOn, ///< with what the Breaks tab does then
+        switchOff,
+        allow, ///< the setting alone
+        forbid,
+        setInterval,
+        assignInterval, ///< the setting alone
+        setLength,
+        suspend
+    };
 
     Kind kind = Kind::pass;
     std::int64_t amount = 0; ///< milliseconds, minutes or seconds
 
     friend std::ostream& operator<<(std::ostream& stream, const Act& act) {
-        constexpr std::array names{"pass", "skip", "switch on", "switch off", "interval", "length", "suspend"};
+        constexpr std::array names{"pass",   "skip",     "switch on",       "switch off", "allow",
+                                   "forbid", "interval", "interval's text", "length",     "suspend"};
         return stream << names.at(static_cast<std::size_t>(act.kind)) << ' ' << act.amount;
     }
 };
@@ -268,7 +280,10 @@ rc::Gen<Act> genAct() {
                                                          {4, Kind::skip},
                                                          {1, Kind::switchOn},
                                                          {1, Kind::switchOff},
+                                                         {1, Kind::allow},
+                                                         {1, Kind::forbid},
                                                          {1, Kind::setInterval},
+                                                         {1, Kind::assignInterval},
                                                          {1, Kind::setLength},
                                                          {1, Kind::suspend}});
     return rc::gen::mapcat(genKind, [](Kind kind) {
@@ -280,7 +295,8 @@ rc::Gen<Act> genAct() {
                                                            {3, rc::gen::inRange<std::int64_t>(0, 2'000'000)}});
             break;
         case Kind::setInterval:
-            amount = rc::gen::element<std::int64_t>(1, 15, 20, 60);
+        case Kind::assignInterval:
+            amount = rc::gen::element<std::int64_t>(-7, 0, 1, 15, 20, 60, 1'000'000);
             break;
         case Kind::setLength:
             amount = rc::gen::element<std::int64_t>(-1, 0, 1, 15, 20, 60, 100'000);
@@ -312,10 +328,15 @@ struct CycleModel {
     std::int64_t shown = 0;
     std::int64_t stoppedBreaks = 0;
 
-    void work() {
+    /// `turn`: what a period of no length takes when it begins inside the loop.
+    void work(nanoseconds turn) {
+        if (!enabled) {
+            state = State::stopped;
+            return;
+        }
         state = State::working;
         periodStart = now + asleep;
-        end = now + std::chrono::minutes(interval);
+        end = now + std::max<nanoseconds>(std::chrono::minutes(interval), turn);
     }
 
     void stop() {
@@ -325,22 +346,22 @@ struct CycleModel {
 
     void restart() {
         stop();
-        if (enabled) {
-            work();
-        }
+        work(nanoseconds(0));
     }
 
     void pass(nanoseconds time) {
         const nanoseconds last = now + time;
         while (state != State::stopped && end <= last) {
             now = end;
-            if (state == State::working) {
+            if (state == State::working && !enabled) {
+                state = State::stopped;
+            } else if (state == State::working) {
                 state = State::onBreak;
                 ++shown;
                 end += std::max<nanoseconds>(std::chrono::seconds(length), SimulatedRunLoop::shortestTurn);
             } else {
                 ++taken;
-                work();
+                work(SimulatedRunLoop::shortestTurn);
             }
         }
         now = last;
@@ -354,7 +375,7 @@ struct CycleModel {
         case Act::Kind::skip:
             if (state == State::onBreak) {
                 ++skipped;
-                work();
+                work(nanoseconds(0));
             }
             break;
         case Act::Kind::switchOn:
@@ -362,9 +383,16 @@ struct CycleModel {
             enabled = act.kind == Act::Kind::switchOn;
             restart();
             break;
+        case Act::Kind::allow:
+        case Act::Kind::forbid:
+            enabled = act.kind == Act::Kind::allow;
+            break;
         case Act::Kind::setInterval:
             interval = act.amount;
             restart();
+            break;
+        case Act::Kind::assignInterval:
+            interval = act.amount;
             break;
         case Act::Kind::setLength:
             length = act.amount;
@@ -393,8 +421,15 @@ void run(const Act& act, const BreakTimeline& timeline) {
     case Act::Kind::switchOff:
         timeline.switchBreaks(act.kind == Act::Kind::switchOn);
         break;
+    case Act::Kind::allow:
+    case Act::Kind::forbid:
+        AppState::shared().breaksEnabled = act.kind == Act::Kind::allow;
+        break;
     case Act::Kind::setInterval:
         timeline.setInterval(act.amount);
+        break;
+    case Act::Kind::assignInterval:
+        AppState::shared().breakIntervalMinutes = act.amount;
         break;
     case Act::Kind::setLength:
         timeline.setLength(act.amount);
@@ -419,7 +454,10 @@ RC_GTEST_PROP(BreakCycle, WhateverPeopleDoThereIsOneTimerOneOverlayAndEveryBreak
     state.breaksSkipped = 0;
     CycleModel model;
 
-    for (const Act& act : *rc::gen::container<std::vector<Act>>(genAct())) {
+    for (Act act : *rc::gen::container<std::vector<Act>>(genAct())) {
+        if (act.kind == Act::Kind::pass && model.interval <= 0) {
+            act.amount %= 200; // breaks without work between them would be thousands
+        }
         run(act, timeline);
         model.run(act);
 
