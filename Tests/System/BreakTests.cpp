@@ -1,10 +1,12 @@
 #include "Desktop.h"
 #include "Support/DrivenWindows.h"
 #include "Support/ForeignWindow.h"
+#include "Support/ServerResources.h"
 
 #include <csignal>
 #include <cstdint>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <span>
@@ -164,6 +166,44 @@ TEST_F(DesktopWithBreaks, QuitDuringABreakTakesTheOverlayAlong) {
         EXPECT_TRUE(isUncovered());
         EXPECT_TRUE(isCalibrated());
     }
+}
+
+/// Private memory that the process has written to, in kB.
+long privateMemoryOf(pid_t process) {
+    std::ifstream file("/proc/" + std::to_string(process) + "/smaps_rollup");
+    const std::string key = "Private_Dirty:";
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with(key)) {
+            return std::stol(line.substr(key.size()));
+        }
+    }
+    return 0;
+}
+
+TEST_F(DesktopWithBreaks, ADayOfThemLeavesMemoryAndServerAsTheyWere) {
+    constexpr int hasty = 1000;
+    writeBreaks(1, 20);
+    const auto nocta = startDrivenNocta(hasty);
+    std::int64_t taken = 0;
+    const auto restAfter = [&](std::int64_t breaks) {
+        nocta->write("interval 1\nrestart\n");
+        ASSERT_TRUE(
+            eventually([&] { return (taken = std::stoll(tallies(*nocta))) >= breaks; }, std::chrono::seconds(60)));
+        // No break is on the screen after that, only the end of the last one's fade.
+        nocta->write("interval 100000\nrestart\n");
+        (void)tallies(*nocta);
+        ASSERT_TRUE(eventually([this] { return isUncovered(); }));
+        (void)tallies(*nocta);
+    };
+    restAfter(8);
+    const auto resources = serverResourcesOf(nocta->id());
+    const long memory = privateMemoryOf(nocta->id());
+    EXPECT_GT(resources.connections, 0);
+    restAfter(taken + 64); // with those before, as many as 24 hours have
+    EXPECT_TRUE(eventually([&] { return !serverResourcesOf(nocta->id()).exceed(resources); }));
+#ifndef __SANITIZE_ADDRESS__
+    EXPECT_LE(privateMemoryOf(nocta->id()), memory + 1024);
+#endif
 }
 
 struct OddSettings {

@@ -5,6 +5,7 @@
 #include "App/AppDelegate.h"
 #include "App/Program.h"
 #include "Core/AppState.h"
+#include "Core/BreakEngine.h"
 #include "Core/CircadianScheduler.h"
 #include "Core/FatalError.h"
 #include "Core/FilterEngine.h"
@@ -126,6 +127,14 @@ class Hand final : public ApplicationDelegate {
                  state.breakIntervalMinutes = minutes;
              }},
             {"locate", [] { CircadianScheduler::shared().requestLocation(); }},
+            {"break", // at the next turn of the loop; the one after it is far away
+             [&] {
+                 state.breakIntervalMinutes = 0;
+                 BreakEngine::shared().restartTimer();
+                 state.breakIntervalMinutes = 100'000;
+             }},
+            {"restart", [] { BreakEngine::shared().restartTimer(); }},
+            {"skip", [] { BreakEngine::shared().skipBreak(); }},
             {"tallies",
              [&] {
                  std::cerr << state.breaksTaken.get() << " taken, " << state.breaksSkipped.get() << " skipped"
