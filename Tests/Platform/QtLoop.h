@@ -32,7 +32,7 @@ class QtLoop {
     }
 
     /// Lets happen what is due now, and what that makes due at once.
-    void runDue() {
+    void runDue() { // NOLINT(readability-convert-member-functions-to-static): it runs this loop
         while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents)) {
         }
     }
