@@ -167,6 +167,30 @@ QFont Theme::caption() {
     return textStyle(11);
 }
 
+QFont Theme::scoreFigure() {
+    return textStyle(28, QFont::Bold);
+}
+
+QFont Theme::tallyFigure() {
+    return textStyle(22, QFont::Bold);
+}
+
+QFont Theme::countdown() {
+    return textStyle(20, QFont::DemiBold);
+}
+
+QFont Theme::statFigure() {
+    return textStyle(15, QFont::DemiBold);
+}
+
+QFont Theme::statLabel() {
+    return textStyle(10);
+}
+
+QFont Theme::segmentLabel() {
+    return textStyle(8, QFont::Medium);
+}
+
 QFont Theme::display(double size, FontWeight weight) {
     // The family has letters of a second design for large sizes.
     constexpr double large = 28;

@@ -56,6 +56,13 @@ class Theme final : public QObject {
     Q_PROPERTY(QFont body READ body NOTIFY fontsChanged FINAL)
     Q_PROPERTY(QFont subheadline READ subheadline NOTIFY fontsChanged FINAL)
     Q_PROPERTY(QFont caption READ caption NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont scoreFigure READ scoreFigure NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont tallyFigure READ tallyFigure NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont countdown READ countdown NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont statFigure READ statFigure NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont statLabel READ statLabel NOTIFY fontsChanged FINAL)
+    /// In the strip of the day.
+    Q_PROPERTY(QFont segmentLabel READ segmentLabel NOTIFY fontsChanged FINAL)
 
   public:
     /// Created on first use, never destroyed. Asks the platform's Appearance, and where that has no answer, or there is
@@ -96,6 +103,12 @@ class Theme final : public QObject {
     [[nodiscard]] static QFont body();
     [[nodiscard]] static QFont subheadline();
     [[nodiscard]] static QFont caption();
+    [[nodiscard]] static QFont scoreFigure();
+    [[nodiscard]] static QFont tallyFigure();
+    [[nodiscard]] static QFont countdown();
+    [[nodiscard]] static QFont statFigure();
+    [[nodiscard]] static QFont statLabel();
+    [[nodiscard]] static QFont segmentLabel();
     /// For texts to be read from afar, `size` logical pixels high: in Inter, for its thin and semibold weights; where
     /// it is not installed, in the desktop's own typeface.
     [[nodiscard]] static QFont display(double size, FontWeight weight);

@@ -192,6 +192,7 @@ TEST_F(ScheduleModelTest, TheStripHasSevenFixedSegments) {
 
 TEST_F(ScheduleModelTest, TheTimeIsInTheLocalesShortStyle) {
     EXPECT_EQ(ScheduleModel::shortTime(at(14, 5, 59), QLocale(QLocale::German, QLocale::Germany)), "14:05");
+    EXPECT_EQ(ScheduleModel::shortTime(at(14, 5, 59), QLocale::c()), "14:05");
     const QString american = ScheduleModel::shortTime(at(14, 5), QLocale(QLocale::English, QLocale::UnitedStates));
     EXPECT_TRUE(american.startsWith("2:05")) << american.toStdString();
     EXPECT_TRUE(american.endsWith("PM")) << american.toStdString();

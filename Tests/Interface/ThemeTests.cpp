@@ -144,6 +144,15 @@ TEST_F(ThemeTest, TextStylesFollowTheDesktopsTypeface) {
     EXPECT_EQ(Theme::body().pixelSize(), 13);
     EXPECT_EQ(Theme::subheadline().pixelSize(), 12);
     EXPECT_EQ(Theme::caption().pixelSize(), 11);
+    EXPECT_EQ(Theme::scoreFigure().pixelSize(), 28);
+    EXPECT_EQ(Theme::scoreFigure().weight(), QFont::Bold);
+    EXPECT_EQ(Theme::tallyFigure().pixelSize(), 22);
+    EXPECT_EQ(Theme::tallyFigure().weight(), QFont::Bold);
+    EXPECT_EQ(Theme::statFigure().pixelSize(), 15);
+    EXPECT_EQ(Theme::statFigure().weight(), QFont::DemiBold);
+    EXPECT_EQ(Theme::statLabel().pixelSize(), 10);
+    EXPECT_EQ(Theme::segmentLabel().pixelSize(), 8);
+    EXPECT_EQ(Theme::segmentLabel().weight(), QFont::Medium);
 
     Theme& theme = Theme::shared();
     int changes = 0;

@@ -35,7 +35,8 @@ ArrowWalk {
     }
 
     Rectangle {
-        readonly property int place: root.mirrored ? root.count - 1 - root.currentIndex : root.currentIndex
+        // Not by the walk's properties, which set out together: one that is asked for would answer by changing.
+        readonly property int place: root.LayoutMirroring.enabled ? root.segments.length - 1 - root.currentIndex : root.currentIndex
 
         border.color: Theme.raisedBorder
         border.width: 1

@@ -14,14 +14,14 @@ Item {
 
     signal edited(int hour, int minute)
 
-    implicitHeight: field.height
-    implicitWidth: text.implicitWidth + 12 + field.width
+    implicitHeight: box.height
+    implicitWidth: text.implicitWidth + 12 + box.width
 
     Accessible.name: label
     Accessible.role: Accessible.Grouping
 
     TimeFieldModel {
-        id: time
+        id: shown
 
         hour: root.hour
         minute: root.minute
@@ -50,9 +50,9 @@ Item {
         id: parts
 
         // In which order they stand.
-        readonly property list<int> order: !time.hasPeriod ? [TimeFieldModel.Hour, TimeFieldModel.Minute] : time.periodIsFirst ? [TimeFieldModel.Period, TimeFieldModel.Hour, TimeFieldModel.Minute] : [TimeFieldModel.Hour, TimeFieldModel.Minute, TimeFieldModel.Period]
+        readonly property list<int> order: !shown.hasPeriod ? [TimeFieldModel.Hour, TimeFieldModel.Minute] : shown.periodIsFirst ? [TimeFieldModel.Period, TimeFieldModel.Hour, TimeFieldModel.Minute] : [TimeFieldModel.Hour, TimeFieldModel.Minute, TimeFieldModel.Period]
         // Which one the chevrons change.
-        property int chosen: time.periodIsFirst ? 1 : 0
+        property int chosen: shown.periodIsFirst ? 1 : 0
 
         function walk(index: int) {
             if (index < count)
@@ -62,30 +62,31 @@ Item {
         // A time runs from left to right in every script.
         LayoutMirroring.childrenInherit: true
         LayoutMirroring.enabled: false
-        anchors.right: parent.right
         anchors.verticalCenter: parent.verticalCenter
         count: order.length
         current: chosen
-        height: field.height
-        width: field.width
+        height: box.height
+        width: box.width
+        // Not an anchor: its own would not be mirrored.
+        x: root.LayoutMirroring.enabled ? 0 : root.width - width
 
         onWalked: index => walk(index)
 
         Rectangle {
-            id: field
+            id: box
 
             border.color: Theme.raisedBorder
             border.width: 1
             color: Theme.raised
             height: 26
             radius: 6
-            width: row.width + 8 + chevrons.width
+            width: Math.ceil(row.width) + 8 + chevrons.width
         }
 
         Row {
             id: row
 
-            height: field.height
+            height: box.height
             x: 4
 
             Repeater {
@@ -99,10 +100,10 @@ Item {
 
                     field: root.label
                     font: root.font
-                    height: field.height
+                    height: box.height
                     isFirst: index === 0
                     part: modelData
-                    time: time
+                    time: shown
 
                     onTaken: parts.chosen = index
                 }
@@ -112,9 +113,9 @@ Item {
         Column {
             id: chevrons
 
-            anchors.right: field.right
+            anchors.right: box.right
             anchors.rightMargin: 1
-            anchors.verticalCenter: field.verticalCenter
+            anchors.verticalCenter: box.verticalCenter
 
             Repeater {
                 model: ["chevron.up", "chevron.down"]
@@ -130,7 +131,7 @@ Item {
                     takesFocus: false
                     width: 20
 
-                    onClicked: time.step(parts.order[parts.chosen], index === 0 ? 1 : -1)
+                    onClicked: shown.step(parts.order[parts.chosen], index === 0 ? 1 : -1)
 
                     Accessible.ignored: true
 

@@ -20,8 +20,8 @@ constexpr std::int64_t previewDuration = 5; ///< seconds, whatever the breaks la
 constexpr std::array<std::int64_t, 5> intervals{15, 20, 30, 45, 60}; ///< minutes
 constexpr std::array<std::int64_t, 4> durations{15, 20, 30, 60};     ///< seconds
 
-QStringList labels(std::span<const std::int64_t> values, const QString& unit) {
-    QStringList result;
+QList<QString> labels(std::span<const std::int64_t> values, const QString& unit) {
+    QList<QString> result;
     for (const auto value : values) {
         result.push_back(QString::number(value) + unit);
     }
@@ -69,7 +69,7 @@ void BreaksModel::setBreaksEnabled(bool enabled) {
     updateCountdown();
 }
 
-QStringList BreaksModel::intervalLabels() {
+QList<QString> BreaksModel::intervalLabels() {
     return labels(intervals, QStringLiteral(" min"));
 }
 
@@ -84,7 +84,7 @@ void BreaksModel::setIntervalIndex(int index) {
     }
 }
 
-QStringList BreaksModel::durationLabels() {
+QList<QString> BreaksModel::durationLabels() {
     return labels(durations, QStringLiteral(" s"));
 }
 

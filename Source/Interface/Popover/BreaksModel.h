@@ -9,22 +9,22 @@
 #include <cstdint>
 #include <memory>
 
+#include <QList>
 #include <QString>
-#include <QStringList>
 
 namespace nocta {
 
 /// What the tab "Breaks" binds to. Writing a property is what a person does with its control: it changes the setting
 /// and, where that differs from before, drives the break engine.
-class BreaksModel : public TabModel {
+class BreaksModel : public nocta::TabModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the popover.")
     Q_PROPERTY(bool breaksEnabled READ breaksEnabled WRITE setBreaksEnabled NOTIFY breaksEnabledChanged FINAL)
     /// The intervals and lengths to choose from, and which one is set: -1 for one that is not among them.
-    Q_PROPERTY(QStringList intervalLabels READ intervalLabels CONSTANT FINAL)
+    Q_PROPERTY(QList<QString> intervalLabels READ intervalLabels CONSTANT FINAL)
     Q_PROPERTY(int intervalIndex READ intervalIndex WRITE setIntervalIndex NOTIFY intervalChanged FINAL)
-    Q_PROPERTY(QStringList durationLabels READ durationLabels CONSTANT FINAL)
+    Q_PROPERTY(QList<QString> durationLabels READ durationLabels CONSTANT FINAL)
     Q_PROPERTY(int durationIndex READ durationIndex WRITE setDurationIndex NOTIFY durationChanged FINAL)
     /// Of the work period: what is left of it, and the share that is over, in [0, 1].
     Q_PROPERTY(QString countdown READ countdown NOTIFY countdownChanged FINAL)
@@ -37,11 +37,11 @@ class BreaksModel : public TabModel {
 
     [[nodiscard]] static bool breaksEnabled();
     void setBreaksEnabled(bool enabled);
-    [[nodiscard]] static QStringList intervalLabels();
+    [[nodiscard]] static QList<QString> intervalLabels();
     [[nodiscard]] static int intervalIndex();
     /// What runs starts over with the new interval.
     void setIntervalIndex(int index);
-    [[nodiscard]] static QStringList durationLabels();
+    [[nodiscard]] static QList<QString> durationLabels();
     [[nodiscard]] static int durationIndex();
     /// Holds from the next break on.
     static void setDurationIndex(int index);

@@ -177,7 +177,8 @@ QString ScheduleModel::shortTime(Instant instant, const QLocale& locale) {
         return {};
     }
     const QTime time(static_cast<int>(components->hour), static_cast<int>(components->minute));
-    return locale.toString(time, QLocale::ShortFormat);
+    // The one of the "C" locale has seconds.
+    return locale.toString(time, locale.timeFormat(QLocale::ShortFormat).remove(QStringLiteral(":ss")));
 }
 
 Instant ScheduleModel::atTimeOfDay(Instant instant, std::int64_t hour, std::int64_t minute) {

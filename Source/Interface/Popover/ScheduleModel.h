@@ -15,7 +15,7 @@ namespace nocta {
 
 /// What the tab "Schedule" binds to. Writing a property is what a person does with its control: it changes the setting
 /// and, where that differs from before, nudges the scheduler or the filter.
-class ScheduleModel : public TabModel {
+class ScheduleModel : public nocta::TabModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the popover.")

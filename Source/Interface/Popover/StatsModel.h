@@ -13,7 +13,7 @@ namespace nocta {
 
 /// What the tab "Stats" binds to. While the tab is on the screen it keeps the score up to date by itself; the filtered
 /// minutes are counted elsewhere. Needs the application object.
-class StatsModel : public TabModel {
+class StatsModel : public nocta::TabModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the popover.")
