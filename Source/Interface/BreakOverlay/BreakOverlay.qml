@@ -14,17 +14,31 @@ Item {
     Item {
         id: column
 
+        // For the focus ring.
+        readonly property int margin: 8
+        readonly property real eyeTop: root.height / 2 - 170 - eye.height / 2
         // The column is made for screens of every usual size; on a smaller one it shrinks rather than lose the button.
-        readonly property real fittingHeight: 2 * Math.max(root.height / 2 - eye.y, skip.y + skip.height - root.height / 2) + 32
+        readonly property real fittingHeight: 2 * Math.max(root.height / 2 - eyeTop, y + height - margin - root.height / 2) + 32
+        readonly property real shrinkage: Math.min(1, root.height / fittingHeight, root.width / 360)
 
-        anchors.fill: parent
-        scale: Math.min(1, root.height / fittingHeight, root.width / 360)
+        x: Math.floor((root.width - width) / 2)
+        y: Math.floor(eyeTop) - margin
+        width: 2 * (Math.ceil(Math.max(title.width, subtitle.width, countdown.width, progressBar.width) / 2) + margin)
+        height: skip.y + skip.height + margin
+        // While it fades, it is one picture of just its size: each frame costs a hundredth of drawing all of it anew.
+        layer.enabled: root.opacity < 1
+        transform: Scale {
+            origin.x: root.width / 2 - column.x
+            origin.y: root.height / 2 - column.y
+            xScale: column.shrinkage
+            yScale: column.shrinkage
+        }
 
         Symbol {
             id: eye
 
             anchors.horizontalCenter: parent.horizontalCenter
-            y: parent.height / 2 - 170 - height / 2
+            y: column.eyeTop - column.y
             width: root.model.eye.font.pixelSize * 1.25
             height: root.model.eye.font.pixelSize * 1.2
             name: "eye.rest"
@@ -51,7 +65,7 @@ Item {
             anchors.horizontalCenter: parent.horizontalCenter
             anchors.top: title.bottom
             anchors.topMargin: 8
-            width: Math.min(implicitWidth, 560, root.width / column.scale - 48)
+            width: Math.min(implicitWidth, 560, root.width / column.shrinkage - 48)
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.WordWrap
             text: root.model.subtitle.text

@@ -20,11 +20,33 @@ OverlayText described(const TextLabel& label) {
             .color = toQt(label.textColor)};
 }
 
+double filledShare(const ProgressIndicator& bar) {
+    const double range = bar.maxValue - bar.minValue;
+    // Not a number, where the range is empty, counts as empty too.
+    const double filled = (bar.value - bar.minValue) / range;
+    return range > 0 && filled > 0 ? std::min(filled, 1.0) : 0;
+}
+
 } // namespace
 
-void OverlayModel::setContent(const OverlayContent& newContent) {
-    content = newContent;
-    Q_EMIT contentChanged();
+void OverlayModel::setContent(const OverlayContent& content) {
+    const auto show = [this](OverlayText& shown, const TextLabel& label, void (OverlayModel::*changed)()) {
+        if (auto text = described(label); text != shown) {
+            shown = std::move(text);
+            Q_EMIT(this->*changed)();
+        }
+    };
+    show(eyeText, content.eye, &OverlayModel::eyeChanged);
+    show(titleText, content.title, &OverlayModel::titleChanged);
+    show(subtitleText, content.subtitle, &OverlayModel::subtitleChanged);
+    show(countdownText, content.countdown, &OverlayModel::countdownChanged);
+    show(skipText,
+         {.text = content.skip.title, .pointSize = content.skip.pointSize, .textColor = content.skip.contentTintColor},
+         &OverlayModel::skipChanged);
+    const double fill = filledShare(content.progress);
+    if (std::exchange(filled, fill) != fill) {
+        Q_EMIT progressChanged();
+    }
 }
 
 void OverlayModel::setOpacity(qreal opacity) {
@@ -37,35 +59,6 @@ void OverlayModel::setTakesInput(bool takesInput) {
     if (std::exchange(inputIsTaken, takesInput) != takesInput) {
         Q_EMIT takesInputChanged();
     }
-}
-
-OverlayText OverlayModel::eye() const {
-    return described(content.eye);
-}
-
-OverlayText OverlayModel::title() const {
-    return described(content.title);
-}
-
-OverlayText OverlayModel::subtitle() const {
-    return described(content.subtitle);
-}
-
-OverlayText OverlayModel::countdown() const {
-    return described(content.countdown);
-}
-
-OverlayText OverlayModel::skip() const {
-    return described(
-        {.text = content.skip.title, .pointSize = content.skip.pointSize, .textColor = content.skip.contentTintColor});
-}
-
-qreal OverlayModel::progress() const {
-    const auto& bar = content.progress;
-    const double range = bar.maxValue - bar.minValue;
-    // Not a number, where the range is empty, counts as empty too.
-    const double filled = (bar.value - bar.minValue) / range;
-    return range > 0 && filled > 0 ? std::min(filled, 1.0) : 0;
 }
 
 } // namespace nocta
