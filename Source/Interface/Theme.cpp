@@ -52,6 +52,7 @@ Theme::Theme() {
         observer = appearance->observe([this] { update(); });
     }
     QCoreApplication::instance()->installEventFilter(this);
+    connect(qGuiApp, &QGuiApplication::layoutDirectionChanged, this, &Theme::mirroredChanged);
     update();
 }
 
@@ -80,6 +81,10 @@ void Theme::update() {
     }
 }
 
+bool Theme::isMirrored() {
+    return QGuiApplication::layoutDirection() == Qt::RightToLeft;
+}
+
 QColor Theme::color(const BandColor& color) const {
     if (const auto* named = std::get_if<SystemColor>(&color)) {
         return toQt(systemColor(*named, currentScheme));
@@ -93,6 +98,24 @@ QColor Theme::label(LabelLevel level) const {
 
 QColor Theme::background() const {
     return choose(currentScheme, QColor(0xf7, 0xf6, 0xf4), QColor(0x22, 0x21, 0x20));
+}
+
+QColor Theme::backdrop() const {
+    QColor color = background();
+    color.setAlphaF(0.97F);
+    return color;
+}
+
+QColor Theme::onCard() {
+    return white(1);
+}
+
+QColor Theme::onCardDetail() {
+    return white(0.8);
+}
+
+QColor Theme::onCardShadow() {
+    return black(0.35);
 }
 
 QColor Theme::bar() const {
@@ -165,6 +188,30 @@ QFont Theme::subheadline() {
 
 QFont Theme::caption() {
     return textStyle(11);
+}
+
+QFont Theme::badgeFigure() {
+    return textStyle(18, QFont::Bold);
+}
+
+QFont Theme::badgeLabel() {
+    return textStyle(9);
+}
+
+QFont Theme::tabLabel() {
+    return textStyle(10);
+}
+
+QFont Theme::cardName() {
+    return textStyle(11);
+}
+
+QFont Theme::activeCardName() {
+    return textStyle(11, QFont::DemiBold);
+}
+
+QFont Theme::cardDetail() {
+    return textStyle(9);
 }
 
 QFont Theme::scoreFigure() {

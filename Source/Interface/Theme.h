@@ -25,6 +25,8 @@ class Theme final : public QObject {
     Q_PROPERTY(bool dark READ isDark NOTIFY changed FINAL)
     /// Whether something may move for the sake of looks.
     Q_PROPERTY(bool animates READ animates NOTIFY changed FINAL)
+    /// Whether what is read first is on the right.
+    Q_PROPERTY(bool mirrored READ isMirrored NOTIFY mirroredChanged FINAL)
 
     Q_PROPERTY(QColor blue READ blue NOTIFY changed FINAL)
     Q_PROPERTY(QColor orange READ orange NOTIFY changed FINAL)
@@ -33,8 +35,15 @@ class Theme final : public QObject {
     Q_PROPERTY(QColor secondary READ secondary NOTIFY changed FINAL)
     Q_PROPERTY(QColor tertiary READ tertiary NOTIFY changed FINAL)
     Q_PROPERTY(QColor background READ background NOTIFY changed FINAL)
+    /// The background where a little of what is behind may shine through.
+    Q_PROPERTY(QColor backdrop READ backdrop NOTIFY changed FINAL)
     /// Of the tab bar: the background once more, a little apart from it.
     Q_PROPERTY(QColor bar READ bar NOTIFY changed FINAL)
+    /// Of what stands on a card in its full colour, and of what matters less there.
+    Q_PROPERTY(QColor onCard READ onCard CONSTANT FINAL)
+    Q_PROPERTY(QColor onCardDetail READ onCardDetail CONSTANT FINAL)
+    /// Below both of them: cards may be pale.
+    Q_PROPERTY(QColor onCardShadow READ onCardShadow CONSTANT FINAL)
     Q_PROPERTY(QColor divider READ divider NOTIFY changed FINAL)
     /// Of what is empty in a control: a track, a segmented control's bed, a switch that is off.
     Q_PROPERTY(QColor trough READ trough NOTIFY changed FINAL)
@@ -56,6 +65,12 @@ class Theme final : public QObject {
     Q_PROPERTY(QFont body READ body NOTIFY fontsChanged FINAL)
     Q_PROPERTY(QFont subheadline READ subheadline NOTIFY fontsChanged FINAL)
     Q_PROPERTY(QFont caption READ caption NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont badgeFigure READ badgeFigure NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont badgeLabel READ badgeLabel NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont tabLabel READ tabLabel NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont cardName READ cardName NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont activeCardName READ activeCardName NOTIFY fontsChanged FINAL)
+    Q_PROPERTY(QFont cardDetail READ cardDetail NOTIFY fontsChanged FINAL)
     Q_PROPERTY(QFont scoreFigure READ scoreFigure NOTIFY fontsChanged FINAL)
     Q_PROPERTY(QFont tallyFigure READ tallyFigure NOTIFY fontsChanged FINAL)
     Q_PROPERTY(QFont countdown READ countdown NOTIFY fontsChanged FINAL)
@@ -74,6 +89,7 @@ class Theme final : public QObject {
     [[nodiscard]] ColorScheme scheme() const { return currentScheme; }
     [[nodiscard]] bool isDark() const { return currentScheme == ColorScheme::dark; }
     [[nodiscard]] bool animates() const { return !stillness; }
+    [[nodiscard]] static bool isMirrored();
     [[nodiscard]] QColor color(const BandColor& color) const;
 
     [[nodiscard]] QColor blue() const { return color(SystemColor::blue); }
@@ -83,7 +99,11 @@ class Theme final : public QObject {
     [[nodiscard]] QColor secondary() const { return label(LabelLevel::secondary); }
     [[nodiscard]] QColor tertiary() const { return label(LabelLevel::tertiary); }
     [[nodiscard]] QColor background() const;
+    [[nodiscard]] QColor backdrop() const;
     [[nodiscard]] QColor bar() const;
+    [[nodiscard]] static QColor onCard();
+    [[nodiscard]] static QColor onCardDetail();
+    [[nodiscard]] static QColor onCardShadow();
     [[nodiscard]] QColor divider() const;
     [[nodiscard]] QColor trough() const;
     [[nodiscard]] QColor switchedOff() const;
@@ -103,6 +123,12 @@ class Theme final : public QObject {
     [[nodiscard]] static QFont body();
     [[nodiscard]] static QFont subheadline();
     [[nodiscard]] static QFont caption();
+    [[nodiscard]] static QFont badgeFigure();
+    [[nodiscard]] static QFont badgeLabel();
+    [[nodiscard]] static QFont tabLabel();
+    [[nodiscard]] static QFont cardName();
+    [[nodiscard]] static QFont activeCardName();
+    [[nodiscard]] static QFont cardDetail();
     [[nodiscard]] static QFont scoreFigure();
     [[nodiscard]] static QFont tallyFigure();
     [[nodiscard]] static QFont countdown();
@@ -116,6 +142,7 @@ class Theme final : public QObject {
   Q_SIGNALS:
     void changed();
     void fontsChanged();
+    void mirroredChanged();
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -21,7 +21,7 @@ Row {
         id: metrics
 
         // Asks for the height because that, unlike a function's result, is asked again when the font changes.
-        readonly property real figureWidth: height > 0 ? Math.ceil(Math.max(advanceWidth("0"), advanceWidth("8"), advanceWidth("4"))) : 0
+        readonly property real figureWidth: height > 0 ? Math.round(Math.max(advanceWidth("0"), advanceWidth("8"), advanceWidth("4"))) : 0
 
         font: figures.font
     }

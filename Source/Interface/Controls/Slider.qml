@@ -1,7 +1,7 @@
 import QtQuick
 import Nocta
 
-// A number of a range. What lies left of the knob is filled in `tint`, or the whole track shows `track`.
+// A number of a range. The track is filled in `tint` up to the knob, or all of it with `trackGradient`.
 RangeControl {
     id: root
 

@@ -37,7 +37,7 @@ Row {
     TimePart {
         id: control
 
-        readonly property string name: [qsTr("hour"), qsTr("minute"), qsTr("half of the day")][root.part]
+        readonly property string name: ["hour", "minute", "half of the day"][root.part]
         // The same for every time.
         readonly property real longest: root.part === TimeFieldModel.Period ? Math.max(metrics.advanceWidth(root.time.amText), metrics.advanceWidth(root.time.pmText)) : 2 * Math.ceil(metrics.advanceWidth("0"))
 
