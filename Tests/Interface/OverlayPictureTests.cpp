@@ -1,11 +1,9 @@
 // The overlay as people see it, beside the pictures of the documentation.
 
 #include "OverlayDesktop.h"
-#include "Support/TemporaryFolder.h"
+#include "Pictures.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
 #include <ostream>
 #include <string>
 
@@ -27,28 +25,10 @@ struct Look {
     }
 };
 
-/// One screen, and the overlay's own typeface, drawn in one way whatever the machine prefers.
+/// One screen, under the conditions of a picture.
 class OverlayPicture : public OverlaySession, public testing::WithParamInterface<Look> {
   protected:
     OverlayPicture() {
-        const auto configuration = folder.path() / "fonts.conf";
-        std::ofstream(configuration) << R"(<?xml version="1.0"?>
-<!DOCTYPE fontconfig SYSTEM "fonts.dtd">
-<fontconfig>
-  <dir>/usr/share/fonts/opentype/inter</dir>
-  <cachedir>)" << (folder.path() / "cache").string()
-                                     << R"(</cachedir>
-  <match target="font">
-    <edit name="antialias" mode="assign"><bool>true</bool></edit>
-    <edit name="hinting" mode="assign"><bool>false</bool></edit>
-    <edit name="rgba" mode="assign"><const>none</const></edit>
-  </match>
-</fontconfig>
-)";
-        setenv("FONTCONFIG_FILE", configuration.c_str(), 1);
-        setenv("QT_SCALE_FACTOR", std::to_string(GetParam().scale).c_str(), 1);
-        setenv("QT_FONT_DPI", "96", 1);
-
         const auto& look = GetParam();
         const auto mode = std::to_string(look.width) + "x" + std::to_string(look.height) + "-picture";
         const auto add = [](int value, int more) { return std::to_string(value + more); };
@@ -66,31 +46,11 @@ class OverlayPicture : public OverlaySession, public testing::WithParamInterface
 
     [[nodiscard]] static QRect screen() { return {0, 0, GetParam().width, GetParam().height}; }
 
-    /// How many pixels differ by more than what the drawing of curves may do from one version to another, for each
-    /// pixel that is no background in `documented`.
     static double difference(const QImage& seen, const QImage& documented) {
-        if (seen.size() != documented.size()) {
-            return 1;
-        }
-        constexpr int tolerance = 32;
-        const auto isApart = [](QRgb one, QRgb other) {
-            return std::abs(qRed(one) - qRed(other)) > tolerance || std::abs(qGreen(one) - qGreen(other)) > tolerance ||
-                   std::abs(qBlue(one) - qBlue(other)) > tolerance;
-        };
-        int different = 0;
-        int drawn = 0;
-        for (int y = 0; y < seen.height(); ++y) {
-            const auto* const seenRow = reinterpret_cast<const QRgb*>(seen.constScanLine(y));             // NOLINT
-            const auto* const documentedRow = reinterpret_cast<const QRgb*>(documented.constScanLine(y)); // NOLINT
-            for (int x = 0; x < seen.width(); ++x) {
-                different += isApart(seenRow[x], documentedRow[x]) ? 1 : 0; // NOLINT: that many are in a row
-                drawn += isApart(documentedRow[x], background) ? 1 : 0;     // NOLINT
-            }
-        }
-        return static_cast<double>(different) / drawn;
+        return pictureDifference(seen, documented, background);
     }
 
-    TemporaryFolder folder;
+    PictureConditions conditions{GetParam().scale};
 };
 
 TEST_P(OverlayPicture, IsAsInTheDocumentation) {

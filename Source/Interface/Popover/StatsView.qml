@@ -40,11 +40,14 @@ Item {
                 Column {
                     anchors.centerIn: parent
 
-                    Figures {
+                    Text {
+                        Accessible.name: text
+                        Accessible.role: Accessible.StaticText
                         anchors.horizontalCenter: parent.horizontalCenter
                         color: root.model.scoreColor
                         font: Theme.scoreFigure
                         text: root.model.score
+                        textFormat: Text.PlainText
                     }
 
                     Text {
