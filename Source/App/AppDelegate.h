@@ -20,6 +20,9 @@ class AppDelegate final : public ApplicationDelegate, private SystemEventsDelega
     /// saved when it happened.
     void applicationWillTerminate() override;
 
+    /// Makes the next built-in preset the active one, fades to it and tells the user.
+    static void cyclePreset();
+
   private:
     /// What a minute's timer would find out up to a minute late is found out at once; a work period starts over when
     /// the eyes had as long as a break to rest.
@@ -29,8 +32,6 @@ class AppDelegate final : public ApplicationDelegate, private SystemEventsDelega
 
     /// Brings the score up to date and counts the filtered minutes of one period of the score's timer, also at launch.
     static void updateExposureScore();
-    /// Makes the next built-in preset the active one, fades to it and tells the user.
-    static void cyclePreset();
 
     // Both as long as the program runs.
     std::unique_ptr<Timer> scoreTimer;

@@ -15,6 +15,7 @@
 #include "Platform/Qt/QtApplication.h"
 #include "Platform/Qt/QtRunLoop.h"
 #include "Platform/Qt/QtSettingsStore.h"
+#include "Remote/RemoteControl.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -37,10 +38,11 @@ void endWithoutServer() {
 
 } // namespace
 
-int runProgram(char** argv, ApplicationDelegate& delegate) {
+int runProgram(char** argv, ApplicationDelegate& delegate, const std::function<void()>& cyclePreset) {
     // Before there is an application, which a second launch needs not wait for and which needs a display server.
     BusApplicationHost host;
-    switch (host.claim([] {})) {
+    const auto reopen = [] {};
+    switch (host.claim(reopen)) {
     case ApplicationHost::Claim::primary:
     case ApplicationHost::Claim::unavailable:
         break;
@@ -95,6 +97,8 @@ int runProgram(char** argv, ApplicationDelegate& delegate) {
                        .eventMonitor = eventMonitor.get(),
                        .notifications = &notifications,
                        .windows = &windows});
+    RemoteControl remote(host.connection(), {.cyclePreset = cyclePreset, .openPopover = reopen});
+    host.serve(remote);
     const TerminationSignals signals(runLoop, [&application] { application.terminate(0); });
     return application.run(delegate);
 }

@@ -201,5 +201,5 @@ class Hand final : public ApplicationDelegate {
 
 int main(int argc, char** argv) {
     Hand hand(argc > 1 ? std::stod(argv[1]) : 1); // NOLINT: the arguments are a plain array
-    return runProgram(argv, hand);
+    return runProgram(argv, hand, [] { AppDelegate::cyclePreset(); });
 }
