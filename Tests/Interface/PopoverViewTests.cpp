@@ -219,6 +219,51 @@ TEST_F(PopoverViewTest, TheKeyboardReachesEverythingInReadingOrder) {
     EXPECT_EQ(saves(), savesBefore) << "a walk changes nothing";
 }
 
+TEST_F(PopoverViewTest, ATabIsSelectedByAClickAndOnlyItsViewIsThere) {
+    open();
+    click("Schedule");
+    EXPECT_TRUE(application.runUntil([&] { return bool(find("Automatic Schedule")); }));
+    EXPECT_EQ(model.selectedTab(), 1);
+    EXPECT_FALSE(find("Custom Temperature"));
+    click("Breaks");
+    EXPECT_TRUE(application.runUntil([&] { return bool(find("20-20-20 Break Reminders")); }));
+    EXPECT_FALSE(find("Automatic Schedule"));
+    click("Stats");
+    EXPECT_TRUE(application.runUntil([&] { return bool(find("Show score in menu bar")); }));
+    EXPECT_TRUE(find("Stats").state().selected);
+    EXPECT_FALSE(find("Breaks").state().selected);
+    click("Presets");
+    EXPECT_TRUE(application.runUntil([&] { return bool(find("Custom Temperature")); }));
+}
+
+TEST_F(PopoverViewTest, ArrowKeysSelectTheTabBesideTheSelectedOne) {
+    open();
+    const auto expectTab = [&](int index, const std::string& name) {
+        EXPECT_TRUE(application.runUntil([&] { return model.selectedTab() == index; })) << name;
+        EXPECT_EQ(scene->focused().name(), name);
+    };
+    focus("Schedule");
+    model.setSelectedTab(1);
+    type(test::key::right);
+    expectTab(2, "Breaks");
+    type(test::key::end);
+    expectTab(3, "Stats");
+    type(test::key::right);
+    type(test::key::left);
+    expectTab(2, "Breaks");
+    type(test::key::home);
+    expectTab(0, "Presets");
+    typeTogether(test::key::shift, test::key::tab);
+    EXPECT_TRUE(application.runUntil([&] { return scene->focused().name() == "Brightness"; }));
+}
+
+TEST_F(PopoverViewTest, TheTabThatWasSelectedIsThereInTheNextScene) {
+    model.setSelectedTab(3);
+    open();
+    EXPECT_TRUE(find("Launch at login"));
+    EXPECT_FALSE(find("Custom Temperature"));
+}
+
 TEST_F(PopoverViewTest, ArrowKeysWalkTheGridAndSpacePicks) {
     open();
     focus("Natural, 6500K");

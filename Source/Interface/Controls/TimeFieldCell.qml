@@ -69,7 +69,10 @@ Row {
             id: figures
 
             Accessible.ignored: true
-            anchors.centerIn: parent
+            // Beside the separator, with one digit or two.
+            anchors.right: parent.right
+            anchors.rightMargin: root.part === TimeFieldModel.Period ? (parent.width - width) / 2 : 3
+            anchors.verticalCenter: parent.verticalCenter
             color: Theme.primary
             font: root.font
             text: [root.time.hourText, root.time.minuteText, root.time.periodText][root.part]

@@ -10,7 +10,8 @@ Control {
     required property color color
     required property bool isActive
 
-    // Of the whole card. Its ground grows by its bounds, which stay round and sharp where a scaled picture of it would not.
+    // Of the card. Its ground and symbol grow by their bounds and stay sharp, where a scaled picture of the card would not;
+    // its letters could grow only by whole pixels.
     property real growth: isActive ? 1.03 : 1
 
     implicitHeight: column.height + 20
@@ -56,7 +57,6 @@ Control {
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.verticalCenter: parent.verticalCenter
-        scale: root.growth
         spacing: 6
 
         Item {
@@ -69,7 +69,6 @@ Control {
                 anchors.verticalCenterOffset: 1
                 color: Theme.onCardShadow
                 name: root.icon
-                scale: 1 / root.growth
                 size: 28 * root.growth
                 visible: root.isActive
             }
@@ -78,8 +77,6 @@ Control {
                 anchors.centerIn: parent
                 color: root.isActive ? Theme.onCard : root.color
                 name: root.icon
-                // Drawn at its size, not as a scaled picture.
-                scale: 1 / root.growth
                 size: 28 * root.growth
             }
         }

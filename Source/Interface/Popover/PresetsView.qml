@@ -12,7 +12,7 @@ Item {
     ScrollArea {
         anchors.left: parent.left
         anchors.right: parent.right
-        anchors.verticalCenter: parent.verticalCenter
+        anchors.top: parent.top
         height: 360
         padding: 16
         spacing: 12
