@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include <QTest>
 #include <QVariant>
 
 namespace nocta {
@@ -320,6 +321,88 @@ TEST_F(ControlsTest, ScreenReadersSeeAndUseThem) {
     find("Sunrise, hour, 06").act(QAccessibleActionInterface::decreaseAction());
     find("Preview").act(QAccessibleActionInterface::pressAction());
     expectLog({"true", "0.75", "2", "5:30", "preview"});
+}
+
+/// Ten buttons of 24 pixels, 6 apart, 10 from the edges: 314 high, in a place of 100.
+constexpr const char* longColumn = R"(import QtQuick
+import Nocta
+Item {
+    id: root
+    property int rows: 10
+    width: 200
+    height: 100
+    ScrollArea {
+        anchors.fill: parent
+        padding: 10
+        spacing: 6
+        Repeater {
+            model: root.rows
+            BorderedButton { required property int index; text: "Row " + index }
+        }
+    }
+}
+)";
+
+class ScrollAreaTest : public test::DrivenSceneTest {
+  protected:
+    ScrollAreaTest() { show(QByteArray(longColumn)); }
+
+    [[nodiscard]] int top(int row) const { return find("Row " + std::to_string(row)).frame().top(); }
+    void expectTop(int row, int y) {
+        EXPECT_TRUE(application.runUntil([&] { return top(row) == y; })) << top(row);
+    }
+};
+
+TEST_F(ScrollAreaTest, TheWheelScrollsToTheEndsAndNotBeyond) {
+    EXPECT_EQ(top(0), 10);
+    pointAt(QPoint(50, 50));
+    input.click(wheelUp);
+    settle();
+    EXPECT_EQ(top(0), 10);
+    input.click(wheelDown);
+    expectTop(0, 10 - 48);
+    for (int i = 0; i < 10; ++i) {
+        input.click(wheelDown);
+    }
+    expectTop(9, 100 - 10 - 24);
+    input.click(wheelUp);
+    expectTop(9, 100 - 10 - 24 + 48);
+}
+
+TEST_F(ScrollAreaTest, WhatTheKeyboardReachesComesIntoSight) {
+    const auto isInSight = [&](int row) { return top(row) >= 0 && top(row) + 24 <= 100; };
+    for (int row = 0; row < 10; ++row) {
+        type(test::key::tab);
+        EXPECT_TRUE(application.runUntil([&] {
+            return find("Row " + std::to_string(row)).isFocused() && isInSight(row);
+        })) << row;
+    }
+    type(test::key::tab);
+    EXPECT_TRUE(application.runUntil([&] { return find("Row 0").isFocused() && isInSight(0); }));
+}
+
+TEST_F(ScrollAreaTest, AFingerDragsIt) {
+    auto* const finger = QTest::createTouchDevice();
+    const auto touch = [&] { return QTest::touchEvent(&scene->shownIn(), finger); };
+    touch().press(0, QPoint(150, 90));
+    for (int y = 85; y >= 30; y -= 5) {
+        touch().move(0, QPoint(150, y));
+    }
+    touch().release(0, QPoint(150, 30));
+    EXPECT_TRUE(application.runUntil([&] { return top(0) < 10; }));
+    EXPECT_GE(top(0), 10 - 60);
+}
+
+TEST_F(ScrollAreaTest, AColumnThatGetsShorterLeavesNoGap) {
+    pointAt(QPoint(50, 50));
+    for (int i = 0; i < 10; ++i) {
+        input.click(wheelDown);
+    }
+    expectTop(9, 100 - 10 - 24);
+    scene->root().setProperty("rows", 5);
+    expectTop(4, 100 - 10 - 24);
+    scene->root().setProperty("rows", 2);
+    expectTop(0, 10);
 }
 
 } // namespace
