@@ -491,8 +491,8 @@ TEST_F(RandomCalls, NeitherEndNoctaNorLeaveItInAnInvalidState) {
     EXPECT_GT(successes, NOCTA_RANDOM_CALLS / 5) << "most of what fits works";
     EXPECT_GT(errors, NOCTA_RANDOM_CALLS / 5) << "what does not fit is refused";
 #ifndef NOCTA_SANITIZED
-    // A leak of one byte a call would be 80 kB.
-    constexpr long slack = 1024;
+    // What the popover's script engine has not collected yet comes and goes by megabytes; a leak of every call is more.
+    constexpr long slack = 6144;
     EXPECT_LT(privateMemory(*nocta), before + slack);
     RecordProperty("private memory before and after, KiB",
                    std::to_string(before) + " " + std::to_string(privateMemory(*nocta)));
