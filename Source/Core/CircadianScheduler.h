@@ -51,6 +51,9 @@ class CircadianScheduler final : private LocationDelegate {
     LocationService* locationManager = nullptr;
     std::optional<Location> lastKnownLocation;
     std::unique_ptr<Timer> tickTimer;
+    // In the distant past for good: every step computes the day's times anew.
+    [[maybe_unused]] Instant sunrise = Instant::min();
+    [[maybe_unused]] Instant sunset = Instant::min();
     /// Timers of a `start` that another `start` followed: they run on, also after `stop`.
     std::vector<std::unique_ptr<Timer>> orphanedTimers;
 };
