@@ -100,12 +100,6 @@ QColor Theme::background() const {
     return choose(currentScheme, QColor(0xf7, 0xf6, 0xf4), QColor(0x22, 0x21, 0x20));
 }
 
-QColor Theme::backdrop() const {
-    QColor color = background();
-    color.setAlphaF(0.97F);
-    return color;
-}
-
 QColor Theme::onCard() {
     return white(1);
 }

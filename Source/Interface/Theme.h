@@ -35,8 +35,6 @@ class Theme final : public QObject {
     Q_PROPERTY(QColor secondary READ secondary NOTIFY changed FINAL)
     Q_PROPERTY(QColor tertiary READ tertiary NOTIFY changed FINAL)
     Q_PROPERTY(QColor background READ background NOTIFY changed FINAL)
-    /// The background where a little of what is behind may shine through.
-    Q_PROPERTY(QColor backdrop READ backdrop NOTIFY changed FINAL)
     /// Of the tab bar: the background once more, a little apart from it.
     Q_PROPERTY(QColor bar READ bar NOTIFY changed FINAL)
     /// Of what stands on a card in its full colour, and of what matters less there.
@@ -99,7 +97,6 @@ class Theme final : public QObject {
     [[nodiscard]] QColor secondary() const { return label(LabelLevel::secondary); }
     [[nodiscard]] QColor tertiary() const { return label(LabelLevel::tertiary); }
     [[nodiscard]] QColor background() const;
-    [[nodiscard]] QColor backdrop() const;
     [[nodiscard]] QColor bar() const;
     [[nodiscard]] static QColor onCard();
     [[nodiscard]] static QColor onCardDetail();

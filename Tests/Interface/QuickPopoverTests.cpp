@@ -37,7 +37,6 @@ constexpr std::uint32_t desktopColor = 0xF0E0D0;
 constexpr const char* content = R"(import QtQuick
 Rectangle {
     property real cornerRadius: -1
-    property bool blendsWithWhatIsBehind: false
     required property QtObject model
     color: "#336699"
     radius: cornerRadius
@@ -184,7 +183,6 @@ TEST_F(QuickPopoverTest, HangsOnTheItemInsideTheWorkAreaWithCleanEdges) {
     EXPECT_NE(screen.at(1280 - 8, 300), bodyColor);
     EXPECT_NE(screen.at(1280 - 8, 300), desktopColor) << "the line";
     EXPECT_EQ(screen.at(1280 - 8 + 1, 300), desktopColor);
-    EXPECT_FALSE(scene()->property("blendsWithWhatIsBehind").toBool());
     EXPECT_EQ(scene()->property("cornerRadius").toDouble(), 0);
 }
 
@@ -211,7 +209,6 @@ TEST_F(QuickPopoverTest, WithACompositorItHasRoundedCornersAShadowAndAnArrow) {
     const auto brightness = [](std::uint32_t pixel) { return (pixel >> 8U) & 0xFFU; };
     EXPECT_LT(brightness(screen.at(left + 170, top + 560 + 4)), brightness(desktopColor)) << "the shadow";
     EXPECT_EQ(screen.at(left + 170, top + 560 + 40), desktopColor);
-    EXPECT_TRUE(scene()->property("blendsWithWhatIsBehind").toBool());
     EXPECT_GT(scene()->property("cornerRadius").toDouble(), 0);
 
     // The shadow is not there for clicks.

@@ -11,7 +11,6 @@ FocusScope {
     required property PopoverModel model
     // Of the popover's corners, as its window wants them.
     property real cornerRadius: 0
-    property bool blendsWithWhatIsBehind: false
 
     LayoutMirroring.childrenInherit: true
     LayoutMirroring.enabled: Theme.mirrored
@@ -23,7 +22,6 @@ FocusScope {
 
     VisualEffectView {
         anchors.fill: parent
-        blends: root.blendsWithWhatIsBehind
         radius: root.cornerRadius
     }
 

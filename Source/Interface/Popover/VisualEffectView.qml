@@ -1,9 +1,8 @@
 import QtQuick
 import Nocta
 
-// What the popover's views stand on: lets a little of the desktop through where the desktop can do that.
+// What the popover's views stand on. Opaque: there is nobody to blur what is behind, and texts that shine through would
+// only disturb those that stand here.
 Rectangle {
-    required property bool blends
-
-    color: blends ? Theme.backdrop : Theme.background
+    color: Theme.background
 }

@@ -121,7 +121,6 @@ class QuickPopoverHost::QuickPopover final : public Popover {
                 content->setPosition(frame->body().topLeft());
                 content->setSize(frame->body().size());
                 content->setProperty("cornerRadius", isTranslucent ? PopoverFrame::cornerRadius : 0.0);
-                content->setProperty("blendsWithWhatIsBehind", isTranslucent);
             }
             showColors();
             const auto& body = placement.body;

@@ -14,8 +14,8 @@ class QWindow;
 
 namespace nocta {
 
-/// What a popover shows: a QML item of 340 x 560, with properties `cornerRadius` (logical pixels) and
-/// `blendsWithWhatIsBehind` if it likes to know of them.
+/// What a popover shows: a QML item of 340 x 560, with a property `cornerRadius` (logical pixels) if it likes to know
+/// of that.
 struct PopoverScene {
     QUrl source;
     /// The item's properties. Asked for whenever an item is made; what they hold lasts from one to the next.
