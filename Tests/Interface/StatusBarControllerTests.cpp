@@ -196,7 +196,7 @@ TEST_F(StatusBarControllerTest, AClickOnTheItemThatIsAlsoSeenAsOneElsewhereClose
     controller->setup();
     clickItem();
     ASSERT_TRUE(platform.popovers.isShown());
-    clickItem(Seconds(0.9));
+    clickItem(Seconds(1.8));
     platform.advance(Seconds(10));
     EXPECT_FALSE(platform.popovers.isShown());
     EXPECT_EQ(platform.popovers.showings().size(), 1U);
@@ -210,11 +210,36 @@ TEST_F(StatusBarControllerTest, AClickOnTheItemRightAfterOneElsewhereOpensThePop
     EXPECT_TRUE(platform.popovers.isShown());
 }
 
+TEST_F(StatusBarControllerTest, AnActivationThatOvertakesItsOwnClickElsewhereOpensThePopover) {
+    controller->setup();
+    platform.statusBar.release(mouseevent::leftUp);
+    clickElsewhere(); // the same click, late
+    EXPECT_TRUE(platform.popovers.isShown());
+    platform.statusBar.release(mouseevent::leftUp);
+    clickElsewhere();
+    EXPECT_FALSE(platform.popovers.isShown());
+    platform.statusBar.release(mouseevent::leftUp);
+    clickElsewhere();
+    EXPECT_TRUE(platform.popovers.isShown());
+    clickElsewhere(); // another one
+    EXPECT_FALSE(platform.popovers.isShown());
+}
+
+TEST_F(StatusBarControllerTest, AClickElsewhereRightAfterOneOnTheItemClosesThePopover) {
+    controller->setup();
+    clickItem();
+    clickElsewhere();
+    EXPECT_FALSE(platform.popovers.isShown());
+    EXPECT_EQ(platform.runLoop.timerCount(), 2U) << "the item's, and that of the closing click";
+    platform.advance(Seconds(3));
+    EXPECT_EQ(platform.runLoop.timerCount(), 1U);
+}
+
 TEST_F(StatusBarControllerTest, AnActivationLongAfterTheClosingClickOpensThePopover) {
     controller->setup();
     controller->openPopover();
     clickElsewhere();
-    platform.advance(Seconds(1));
+    platform.advance(Seconds(3));
     platform.statusBar.release(mouseevent::leftUp); // by the keyboard: no press before it
     EXPECT_TRUE(platform.popovers.isShown());
 }

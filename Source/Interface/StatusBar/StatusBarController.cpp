@@ -6,6 +6,7 @@
 #include "Interface/Bands.h"
 #include "Interface/SystemColors.h"
 #include "Platform/Application.h"
+#include "Platform/Clock.h"
 #include "Platform/Platform.h"
 
 #include <string>
@@ -18,8 +19,12 @@ namespace {
 constexpr Size popoverSize{.width = 340, .height = 560};
 constexpr Seconds refreshInterval(60);
 constexpr std::int64_t neutralTemp = 6500; // kelvin
-/// Longer than a mouse button is held in a click, shorter than it takes to click elsewhere and think better of it.
-constexpr Seconds longestClick(1);
+/// Longer than a mouse button is held in a click and a busy panel takes to hand it on. A later click on the item has
+/// one elsewhere of its own before it, which ends the waiting for the earlier one.
+constexpr Seconds longestClick(2);
+
+/// By how much the item's action may be ahead of the same click elsewhere: what a busy machine takes to serve us both.
+constexpr Seconds longestOvertaking(0.5);
 
 /// Panels are dark more often than not; on light ones the picture's outline helps.
 constexpr ColorScheme panel = ColorScheme::dark;
@@ -143,14 +148,23 @@ void StatusBarController::itemClicked() {
     if (std::exchange(closingClick, nullptr)) {
         return;
     }
+    const auto sinceElsewhere = Platform::current().clock->now() - std::exchange(lastClickElsewhere, Instant::min());
+    if (sinceElsewhere < Seconds(0) || sinceElsewhere > longestClick) {
+        overtakingClick = Platform::current().runLoop->oneShot(longestOvertaking, [this] { overtakingClick.reset(); });
+    }
     togglePopover();
 }
 
 void StatusBarController::clickedElsewhere() {
+    if (std::exchange(overtakingClick, nullptr)) {
+        return;
+    }
     closingClick.reset();
     if (presentPopover().isShown()) {
         closePopover();
         closingClick = Platform::current().runLoop->oneShot(longestClick, [this] { closingClick.reset(); });
+    } else {
+        lastClickElsewhere = Platform::current().clock->now();
     }
 }
 

@@ -4,6 +4,7 @@
 #include "Platform/Popover.h"
 #include "Platform/RunLoop.h"
 #include "Platform/StatusItem.h"
+#include "Platform/Time.h"
 
 #include <cstdint>
 #include <memory>
@@ -41,9 +42,12 @@ class StatusBarController : public std::enable_shared_from_this<StatusBarControl
     std::unique_ptr<EventMonitorToken> eventMonitor;
     std::unique_ptr<Timer> updateTimer;
 
-    /// Runs from a click elsewhere that closed the popover until it can no longer be the one that is about to arrive as
-    /// the item's action: panels are other programs, so a click on the item is both, in this order.
-    std::unique_ptr<Timer> closingClick;
+    // Panels are other programs, so a click on the item reaches us twice: as a click elsewhere and as the item's
+    // action, mostly in this order, but a busy loop may turn it round. Each of these runs from the one until it can no
+    // longer belong to the other.
+    std::unique_ptr<Timer> closingClick;         ///< elsewhere, and it closed the popover
+    std::unique_ptr<Timer> overtakingClick;      ///< the item's action, which came first
+    Instant lastClickElsewhere = Instant::min(); ///< that found nothing to close
 };
 
 } // namespace nocta
