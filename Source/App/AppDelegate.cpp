@@ -25,6 +25,9 @@ namespace {
 constexpr Seconds scoreInterval{300.0};
 constexpr std::int64_t scoreIntervalMinutes = 5;
 
+/// From the launch to the popover: enough for a panel to have made room for the item.
+constexpr Seconds firstOpeningDelay{0.35};
+
 /// Super+Shift+I, whatever other modifiers are held.
 bool isCyclingShortcut(const KeyEvent& event) {
     constexpr std::uint32_t needed = modifier::command | modifier::shift;
@@ -33,16 +36,21 @@ bool isCyclingShortcut(const KeyEvent& event) {
 
 } // namespace
 
+AppDelegate::AppDelegate() : statusBar(std::make_shared<StatusBarController>()) {}
+
 void AppDelegate::applicationDidFinishLaunching() {
     auto* application = Platform::current().application;
     if (application == nullptr) {
         fatalError("Unexpectedly found nil while implicitly unwrapping an Optional value");
     }
     application->setActivationPolicy(ActivationPolicy::accessory);
+    statusBar->setup();
 
     const auto& state = AppState::shared();
     if (state.filterEnabled.get()) {
         FilterEngine::shared().applyImmediate(state.effectiveTemp(), state.effectiveBrightness());
+    } else {
+        FilterEngine::shared().beginDisabled();
     }
     CircadianScheduler::shared().start();
     AppWatcher::shared().start();
@@ -51,10 +59,12 @@ void AppDelegate::applicationDidFinishLaunching() {
     }
 
     updateExposureScore();
-    scoreTimer =
-        Platform::current().runLoop->repeating(scoreInterval, TimerPrecision::coarse, [] { updateExposureScore(); });
+    scoreTimer = Platform::current().runLoop->repeating(scoreInterval, TimerPrecision::coarse, [this] {
+        updateExposureScore();
+        statusBar->updateMenuBarIcon();
+    });
     if (auto* eventMonitor = Platform::current().eventMonitor) {
-        keyMonitor = eventMonitor->addGlobalKeyDownMonitor([](const KeyEvent& event) {
+        keyMonitor = eventMonitor->addGlobalKeyDownMonitor([this](const KeyEvent& event) {
             if (isCyclingShortcut(event)) {
                 cyclePreset();
             }
@@ -63,6 +73,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     if (auto* notifications = Platform::current().notifications) {
         notifications->requestAuthorization(notification::alert | notification::sound, [](bool /*granted*/) {});
     }
+    firstOpening = Platform::current().runLoop->oneShot(firstOpeningDelay, [this] { statusBar->openPopover(); });
 
     if (auto* systemEvents = Platform::current().systemEvents) {
         systemEvents->setDelegate(this);
@@ -77,8 +88,16 @@ void AppDelegate::applicationWillTerminate() {
     CircadianScheduler::shared().stop();
     BreakEngine::shared().stop();
     FilterEngine::shared().resetAllDisplays();
+    firstOpening.reset();
     keyMonitor.reset();
     scoreTimer.reset();
+    // Item and popover belong to a desktop that this delegate outlives.
+    statusBar.reset();
+}
+
+bool AppDelegate::applicationShouldHandleReopen(bool /*hasVisibleWindows*/) {
+    statusBar->openPopover();
+    return true;
 }
 
 void AppDelegate::systemDidWake(Seconds asleep) {
@@ -113,11 +132,8 @@ void AppDelegate::cyclePreset() {
     auto& state = AppState::shared();
     const Preset& preset = nextPreset(Preset::builtIn, state.activePresetID.get());
     state.activePresetID = preset.id;
-    // The engine drops this by itself only once the switch has been turned: it does not know a filter that was off at
-    // launch.
-    if (state.filterEnabled.get()) {
-        FilterEngine::shared().apply(preset.colorTemp, preset.brightness, preset.transitionSecs);
-    }
+    FilterEngine::shared().apply(preset.colorTemp, preset.brightness, preset.transitionSecs);
+    statusBar->updateMenuBarIcon();
     if (auto* notifications = Platform::current().notifications) {
         notifications->add({.identifier = QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString(),
                             .title = "Nocta",

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Interface/StatusBar/StatusBarController.h"
 #include "Platform/Application.h"
 #include "Platform/EventMonitor.h"
 #include "Platform/RunLoop.h"
@@ -12,16 +13,22 @@ namespace nocta {
 /// Starts and stops the program's parts, in their order. Reaches all of them through their shared instances.
 class AppDelegate final : public ApplicationDelegate, private SystemEventsDelegate {
   public:
-    /// Puts the user's filter on the screen at once, without a fade; with the filter off, nothing is loaded. Then
-    /// starts the schedule, the profiles of applications, the breaks if they are on, the score and the shortcut.
+    AppDelegate();
+
+    /// Makes the item in the panel and puts the user's filter on the screen at once, without a fade; with the filter
+    /// off, nothing is loaded. Then starts the schedule, the profiles of applications, the breaks if they are on, the
+    /// score and the shortcut, and a moment later shows the popover.
     void applicationDidFinishLaunching() override;
 
     /// Stops what runs, then gives the displays back their own calibration. Settings need no saving: every change was
     /// saved when it happened.
     void applicationWillTerminate() override;
 
-    /// Makes the next built-in preset the active one, fades to it and tells the user.
-    static void cyclePreset();
+    /// Shows the popover.
+    bool applicationShouldHandleReopen(bool hasVisibleWindows) override;
+
+    /// Makes the next built-in preset the active one, fades to it, redraws the item and tells the user.
+    void cyclePreset();
 
   private:
     /// What a minute's timer would find out up to a minute late is found out at once; a work period starts over when
@@ -33,9 +40,11 @@ class AppDelegate final : public ApplicationDelegate, private SystemEventsDelega
     /// Brings the score up to date and counts the filtered minutes of one period of the score's timer, also at launch.
     static void updateExposureScore();
 
-    // Both as long as the program runs.
+    // All as long as the program runs.
+    std::shared_ptr<StatusBarController> statusBar;
     std::unique_ptr<Timer> scoreTimer;
     std::unique_ptr<EventMonitorToken> keyMonitor;
+    std::unique_ptr<Timer> firstOpening;
 };
 
 } // namespace nocta

@@ -1,7 +1,11 @@
 #include "App/BackEnds.h"
 
+#include "App/SessionStatusBar.h"
+#include "Platform/DBus/NotifierStatusItem.h"
 #include "Platform/X11/EwmhWorkspace.h"
 #include "Platform/X11/RandrDisplayService.h"
+#include "Platform/X11/TrayStatusItem.h"
+#include "Platform/X11/X11PopoverSurface.h"
 #include "Platform/X11/X11SurfaceHost.h"
 #include "Platform/X11/XInputEventMonitor.h"
 
@@ -69,6 +73,16 @@ std::unique_ptr<EventMonitor> makeEventMonitor(RunLoop& loop) {
 
 std::unique_ptr<SurfaceHost> makeSurfaceHost(RunLoop& loop) {
     return std::make_unique<X11SurfaceHost>(loop);
+}
+
+std::unique_ptr<PopoverSurface> makePopoverSurface(QWindow& window) {
+    return std::make_unique<X11PopoverSurface>(window);
+}
+
+std::unique_ptr<StatusBar> makeStatusBar(RunLoop& loop, const SymbolPainter& paint) {
+    return std::make_unique<SessionStatusBar>(
+        [paint] { return std::make_unique<NotifierStatusItem>(paint, NotifierStatusItem::ClickPlace::global); },
+        [&loop, paint] { return std::make_unique<TrayStatusItem>(loop, paint); });
 }
 
 } // namespace nocta

@@ -2,7 +2,9 @@
 
 #include "Platform/DisplayService.h"
 #include "Platform/EventMonitor.h"
+#include "Platform/PopoverSurface.h"
 #include "Platform/RunLoop.h"
+#include "Platform/StatusItem.h"
 #include "Platform/SurfaceHost.h"
 #include "Platform/Workspace.h"
 
@@ -10,6 +12,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+
+class QWindow;
 
 namespace nocta {
 
@@ -32,5 +36,10 @@ namespace nocta {
 
 /// Who places this program's windows on the reachable window system; never null. Needs Qt's application.
 [[nodiscard]] std::unique_ptr<SurfaceHost> makeSurfaceHost(RunLoop& loop);
+[[nodiscard]] std::unique_ptr<PopoverSurface> makePopoverSurface(QWindow& window);
+
+/// Where this session shows status items, with pictures drawn by `paint`: in panels that know StatusNotifierItems, else
+/// in the system tray. Never null.
+[[nodiscard]] std::unique_ptr<StatusBar> makeStatusBar(RunLoop& loop, const SymbolPainter& paint);
 
 } // namespace nocta

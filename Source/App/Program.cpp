@@ -2,12 +2,17 @@
 
 #include "App/BackEnds.h"
 #include "Interface/BreakOverlay/QuickWindowHost.h"
+#include "Interface/Popover/PopoverModel.h"
+#include "Interface/StatusBar/QuickPopoverHost.h"
+#include "Interface/StatusBar/StatusPicture.h"
 #include "Platform/CombinedSystemEvents.h"
 #include "Platform/DBus/BusApplicationHost.h"
 #include "Platform/DBus/BusNotificationService.h"
 #include "Platform/DBus/GeoClueLocationService.h"
 #include "Platform/DBus/LoginSystemEvents.h"
+#include "Platform/DBus/PortalAppearance.h"
 #include "Platform/Platform.h"
+#include "Platform/Posix/FreedMemory.h"
 #include "Platform/Posix/KernelSystemEvents.h"
 #include "Platform/Posix/RuntimeLock.h"
 #include "Platform/Posix/SystemClock.h"
@@ -41,7 +46,7 @@ void endWithoutServer() {
 int runProgram(char** argv, ApplicationDelegate& delegate, const std::function<void()>& cyclePreset) {
     // Before there is an application, which a second launch needs not wait for and which needs a display server.
     BusApplicationHost host;
-    const auto reopen = [] {};
+    const auto reopen = [&delegate] { delegate.applicationShouldHandleReopen(false); };
     switch (host.claim(reopen)) {
     case ApplicationHost::Claim::primary:
     case ApplicationHost::Claim::unavailable:
@@ -77,6 +82,8 @@ int runProgram(char** argv, ApplicationDelegate& delegate, const std::function<v
     const auto eventMonitor = makeEventMonitor(runLoop);
     const auto surfaces = makeSurfaceHost(runLoop);
     QuickWindowHost windows(*surfaces, runLoop);
+    const auto statusBar = makeStatusBar(runLoop, &paintStatusPicture);
+    QuickPopoverHost popovers(runLoop, &makePopoverSurface, &PopoverModel::makeScene, &returnFreedMemory);
     SystemClock clock;
     SystemCalendar calendar;
     QtSettingsStore settings(QtSettingsStore::userFile());
@@ -85,6 +92,7 @@ int runProgram(char** argv, ApplicationDelegate& delegate, const std::function<v
     LoginSystemEvents loginEvents;
     CombinedSystemEvents systemEvents({&kernelEvents, &loginEvents});
     BusNotificationService notifications(runLoop);
+    PortalAppearance appearance;
     Platform::install({.application = &application,
                        .runLoop = &runLoop,
                        .clock = &clock,
@@ -96,11 +104,15 @@ int runProgram(char** argv, ApplicationDelegate& delegate, const std::function<v
                        .workspace = workspace.get(),
                        .eventMonitor = eventMonitor.get(),
                        .notifications = &notifications,
-                       .windows = &windows});
+                       .windows = &windows,
+                       .statusBar = statusBar.get(),
+                       .popovers = &popovers,
+                       .appearance = &appearance});
     RemoteControl remote(host.connection(), {.cyclePreset = cyclePreset, .openPopover = reopen});
     host.serve(remote);
-    const TerminationSignals signals(runLoop, [&application] { application.terminate(0); });
-    return application.run(delegate);
+    const TerminationSignals signals(runLoop, [&application] { application.terminate(); });
+    application.run(delegate);
+    return 0;
 }
 
 } // namespace nocta

@@ -3,5 +3,5 @@
 
 int main(int /*argc*/, char** argv) {
     nocta::AppDelegate delegate;
-    return nocta::runProgram(argv, delegate, [] { nocta::AppDelegate::cyclePreset(); });
+    return nocta::runProgram(argv, delegate, [&delegate] { delegate.cyclePreset(); });
 }

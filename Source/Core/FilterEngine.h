@@ -22,6 +22,10 @@ class FilterEngine {
     /// give back the calibration.
     void setEnabled(bool enabled);
 
+    /// For a program that starts with the filter off: from now on as after `setEnabled(false)`, but nothing of ours is
+    /// on the screen yet, so nothing fades and no table is written.
+    void beginDisabled() { isEnabled = false; }
+
     /// Fades from what is on the screen to `temp` kelvin and the factor `brightness` over `transitionSecs` seconds;
     /// zero or less changes at once. While the filter is off only the neutral request (6500 K, full brightness) passes.
     /// A request for what is on the screen, or is already being approached, changes nothing. `fatalError` for a

@@ -499,11 +499,11 @@ TEST(SimulatedApplication, TellsItsDelegateOfBothEndsOnceEach) {
     SimulatedApplication application;
     application.setActivationPolicy(ActivationPolicy::accessory);
     EXPECT_THAT(application.policies(), ElementsAre(ActivationPolicy::accessory));
-    EXPECT_EQ(application.run(delegate), 0);
+    application.run(delegate);
     EXPECT_EQ(delegate.launches, 1);
     EXPECT_EQ(delegate.terminations, 0);
-    application.terminate(0);
-    application.terminate(0);
+    application.terminate();
+    application.terminate();
     EXPECT_EQ(delegate.terminations, 1);
 }
 

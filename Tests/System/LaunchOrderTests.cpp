@@ -3,9 +3,11 @@
 #include "Platform/NotificationService.h"
 #include "Platform/Simulated/SimulatedPlatform.h"
 
+#include <cmath>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -42,8 +44,8 @@ class NotedApplication final : public Application {
         journal.emplace_back(policy == ActivationPolicy::accessory ? "accessory" : "regular");
         noted.setActivationPolicy(policy);
     }
-    int run(ApplicationDelegate& delegate) override { return noted.run(delegate); }
-    void terminate(int status) override { noted.terminate(status); }
+    void run(ApplicationDelegate& delegate) override { noted.run(delegate); }
+    void terminate() override { noted.terminate(); }
 
   private:
     Application& noted;
@@ -67,7 +69,7 @@ class NotedRunLoop final : public RunLoop {
 
   private:
     std::unique_ptr<Timer> note(std::unique_ptr<Timer> timer, const std::string& kind, Seconds interval) {
-        const std::string line = kind + " " + std::to_string(static_cast<int>(interval.count())) + " s";
+        const std::string line = kind + " " + std::to_string(std::lround(interval.count() * 1000)) + " ms";
         journal.push_back(line);
         return std::make_unique<NotedEnd<Timer>>(std::move(timer), journal, "end of " + line);
     }
@@ -129,7 +131,9 @@ class NotedEvents final : public EventMonitor {
                                                              "watch no keys");
     }
     [[nodiscard]] std::unique_ptr<EventMonitorToken> addGlobalMouseDownMonitor(std::function<void()> handler) override {
-        return noted.addGlobalMouseDownMonitor(std::move(handler));
+        journal.emplace_back("watch clicks");
+        return std::make_unique<NotedEnd<EventMonitorToken>>(noted.addGlobalMouseDownMonitor(std::move(handler)),
+                                                             journal, "watch no clicks");
     }
 
   private:
@@ -151,6 +155,48 @@ class NotedNotifications final : public NotificationService {
     Journal& journal;
 };
 
+class NotedStatusBar final : public StatusBar {
+  public:
+    NotedStatusBar(StatusBar& noted, Journal& journal) : noted(noted), journal(journal) {}
+    [[nodiscard]] std::unique_ptr<StatusItem> makeStatusItem() override {
+        journal.emplace_back("item");
+        return noted.makeStatusItem();
+    }
+
+  private:
+    StatusBar& noted;
+    Journal& journal;
+};
+
+class NotedPopovers final : public PopoverHost {
+  public:
+    NotedPopovers(SimulatedPopoverHost& noted, Journal& journal) : noted(noted), journal(journal) {}
+    [[nodiscard]] std::unique_ptr<Popover> makePopover(const PopoverStyle& style) override {
+        journal.emplace_back("popover");
+        return std::make_unique<NotedPopover>(noted.makePopover(style), journal);
+    }
+
+  private:
+    class NotedPopover final : public Popover {
+      public:
+        NotedPopover(std::unique_ptr<Popover> noted, Journal& journal) : noted(std::move(noted)), journal(journal) {}
+        [[nodiscard]] bool isShown() const override { return noted->isShown(); }
+        void show(const std::optional<Rectangle>& anchor, Edge preferredEdge) override {
+            journal.emplace_back("show popover");
+            noted->show(anchor, preferredEdge);
+        }
+        void makeKey() override { noted->makeKey(); }
+        void performClose() override { noted->performClose(); }
+
+      private:
+        std::unique_ptr<Popover> noted;
+        Journal& journal;
+    };
+
+    SimulatedPopoverHost& noted;
+    Journal& journal;
+};
+
 class LaunchOrder : public testing::Test {
   protected:
     LaunchOrder() {
@@ -162,6 +208,8 @@ class LaunchOrder : public testing::Test {
         record.workspace = &workspace;
         record.eventMonitor = &events;
         record.notifications = &notifications;
+        record.statusBar = &statusBar;
+        record.popovers = &popovers;
         Platform::install(record);
     }
 
@@ -179,23 +227,40 @@ class LaunchOrder : public testing::Test {
     NotedWorkspace workspace{platform.workspace, journal};
     NotedEvents events{platform.eventMonitor, journal};
     NotedNotifications notifications{platform.notifications, journal};
+    NotedStatusBar statusBar{platform.statusBar, journal};
+    NotedPopovers popovers{platform.popovers, journal};
     Subscription score;
     AppDelegate delegate;
 };
 
 TEST_F(LaunchOrder, OfTheLaunch) {
     platform.settings.setText("activePresetID", "dusk");
+    platform.settings.setBoolean("breaksEnabled", true);
+    platform.settings.setInteger("breakIntervalMinutes", 45);
     launch();
-    EXPECT_EQ(journal, (Journal{"accessory", "table", "every 60 s", "watch applications", "score", "every 300 s",
-                                "watch keys", "ask for notifications 6"}));
+    EXPECT_EQ(journal,
+              (Journal{"accessory", "item", "popover", "every 60000 ms", "watch clicks", // the status bar
+                       "table",                                                          // the filter
+                       "every 60000 ms",                                                 // the schedule
+                       "watch applications",                                             // profiles
+                       "once after 2700000 ms",                                          // breaks
+                       "score", "every 300000 ms", "watch keys", "ask for notifications 6", "once after 350 ms"}));
+    journal.clear();
+    platform.advance(Seconds(0.34));
+    EXPECT_EQ(journal, Journal{});
+    platform.advance(Seconds(0.01));
+    EXPECT_EQ(journal, Journal{"show popover"});
 }
 
 TEST_F(LaunchOrder, OfTheTermination) {
+    platform.settings.setBoolean("breaksEnabled", true);
+    platform.settings.setInteger("breakIntervalMinutes", 45);
     launch();
     journal.clear();
-    application.terminate(0);
-    EXPECT_EQ(journal, (Journal{"watch no applications", "end of every 60 s", "calibration", "watch no keys",
-                                "end of every 300 s"}));
+    application.terminate();
+    EXPECT_EQ(journal, (Journal{"watch no applications", "end of every 60000 ms", "end of once after 2700000 ms",
+                                "calibration", "end of once after 350 ms", "watch no keys", "end of every 300000 ms",
+                                "end of every 60000 ms", "watch no clicks"}));
 }
 
 } // namespace

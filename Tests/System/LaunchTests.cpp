@@ -2,6 +2,7 @@
 #include "Core/AppState.h"
 #include "Core/BreakEngine.h"
 #include "Core/FilterEngine.h"
+#include "Core/UserActions.h"
 #include "Platform/Simulated/SimulatedPlatform.h"
 
 #include <cstdint>
@@ -36,7 +37,7 @@ TEST_F(Launch, MakesTheProgramAnAccessoryAndPutsTheFilterOnTheScreenAtOnce) {
     EXPECT_EQ(platform.application.policies(), std::vector{ActivationPolicy::accessory});
     ASSERT_EQ(platform.displays.loads().size(), 1U);
     EXPECT_FLOAT_EQ(platform.displays.loads().front().red.back(), 0.8F);
-    EXPECT_EQ(platform.runLoop.timerCount(), 2U) << "the schedule's and the score's, and no fade";
+    EXPECT_EQ(platform.runLoop.timerCount(), 4U) << "schedule, score, item and first opening, and no fade";
 }
 
 TEST_F(Launch, StartsTheSchedule) {
@@ -50,7 +51,7 @@ TEST_F(Launch, StartsTheSchedule) {
 TEST_F(Launch, TerminationStopsTheSchedule) {
     setUpSchedule();
     platform.application.run(delegate);
-    platform.application.terminate(0);
+    platform.application.terminate();
     const auto loads = platform.displays.loads().size();
     platform.advance(Seconds(24 * 3600));
     platform.systemEvents.wake(Seconds(3600));
@@ -99,7 +100,7 @@ TEST_F(Launch, TerminationDuringABreakTakesTheOverlayAwayAtOnceAndCountsNothing)
     platform.application.run(delegate);
     platform.advance(Seconds(20 * 60 + 5));
     ASSERT_TRUE(platform.windows.windows().front()->isOnScreen());
-    platform.application.terminate(0);
+    platform.application.terminate();
     EXPECT_FALSE(platform.windows.windows().front()->isOnScreen());
     EXPECT_EQ(AppState::shared().breaksTaken.get(), 0);
     EXPECT_EQ(AppState::shared().breaksSkipped.get(), 0);
@@ -168,11 +169,11 @@ TEST_F(Launch, TerminationDuringAFadeStopsItAndRestoresOnce) {
     FilterEngine::shared().apply(1900, 0.5, 3.0);
     platform.advance(Seconds(1));
     const auto frames = platform.displays.loads().size();
-    platform.application.terminate(0);
+    platform.application.terminate();
     EXPECT_EQ(platform.displays.restores(), 1);
     platform.advance(Seconds(10));
     EXPECT_EQ(platform.displays.loads().size(), frames);
-    platform.application.terminate(0);
+    platform.application.terminate();
     EXPECT_EQ(platform.displays.restores(), 1);
 }
 
@@ -184,7 +185,7 @@ TEST_F(Launch, FollowsTheApplicationInFrontUntilTermination) {
     platform.workspace.activate("org.example.Reader");
     platform.advance(Seconds(3));
     EXPECT_FLOAT_EQ(platform.displays.loads().back().red.back(), 0.5F);
-    platform.application.terminate(0);
+    platform.application.terminate();
     EXPECT_EQ(platform.workspace.observers(), 0U);
 }
 
@@ -301,6 +302,19 @@ TEST_F(Launch, WithTheFilterOffAtLaunchTheShortcutChangesThePresetButNotTheScree
     EXPECT_TRUE(platform.displays.loads().empty());
 }
 
+TEST_F(Launch, WithTheFilterOffAtLaunchNoSliderReachesTheScreenUntilItIsSwitchedOn) {
+    platform.settings.setBoolean("filterEnabled", false);
+    platform.application.run(delegate);
+    userActions::setCustomTemp(2500);
+    userActions::setCustomBrightness(0.5);
+    platform.advance(Seconds(10));
+    EXPECT_EQ(AppState::shared().activePresetID.get(), "custom");
+    EXPECT_TRUE(platform.displays.loads().empty());
+    userActions::setFilterEnabled(true);
+    platform.advance(Seconds(2));
+    EXPECT_FLOAT_EQ(platform.displays.loads().back().red.back(), 0.5F);
+}
+
 TEST_F(Launch, WithTheFilterSwitchedOffTheShortcutChangesThePresetButNotTheScreen) {
     platform.application.run(delegate);
     AppState::shared().filterEnabled = false;
@@ -335,7 +349,7 @@ TEST_F(Launch, ARefusedPermissionChangesNothing) {
 TEST_F(Launch, AfterTerminationNothingRunsAndNoKeyIsSeen) {
     platform.application.run(delegate);
     EXPECT_EQ(platform.eventMonitor.keyMonitors(), 1U);
-    platform.application.terminate(0);
+    platform.application.terminate();
     EXPECT_EQ(platform.eventMonitor.keyMonitors(), 0U);
     EXPECT_EQ(platform.runLoop.timerCount(), 0U);
 }
@@ -349,7 +363,7 @@ TEST_F(Launch, WithoutAWorkspaceAnEventMonitorAndNotificationsTheRestRuns) {
     platform.application.run(delegate);
     EXPECT_EQ(platform.displays.loads().size(), 1U);
     EXPECT_EQ(AppState::shared().totalFilteredMinutes.get(), 5);
-    platform.application.terminate(0);
+    platform.application.terminate();
     EXPECT_EQ(platform.displays.restores(), 1);
 }
 
@@ -360,6 +374,65 @@ TEST_F(Launch, WithoutNotificationsTheShortcutStillWorks) {
     platform.application.run(delegate);
     platform.eventMonitor.pressKey({.modifierFlags = commandShift, .keyCode = keycode::i});
     EXPECT_EQ(AppState::shared().activePresetID.get(), "focus");
+}
+
+// --- Item and popover ---
+
+TEST_F(Launch, ShowsThePopoverAMomentLaterAndGivesItTheKeyboard) {
+    platform.application.run(delegate);
+    platform.advance(Seconds(0.34));
+    EXPECT_FALSE(platform.popovers.isShown());
+    platform.advance(Seconds(0.01));
+    EXPECT_TRUE(platform.popovers.isShown());
+    EXPECT_TRUE(platform.popovers.isKey());
+    platform.advance(Seconds(3600));
+    EXPECT_EQ(platform.popovers.showings().size(), 1U) << "once";
+}
+
+TEST_F(Launch, AProgramThatEndsAtOnceShowsNoPopover) {
+    platform.application.run(delegate);
+    platform.application.terminate();
+    platform.advance(Seconds(10));
+    EXPECT_TRUE(platform.popovers.showings().empty());
+}
+
+TEST_F(Launch, ReopeningShowsThePopoverAndIsReportedAsHandled) {
+    platform.application.run(delegate);
+    platform.advance(Seconds(1));
+    platform.eventMonitor.pressMouse(); // elsewhere
+    platform.advance(Seconds(1));
+    ASSERT_FALSE(platform.popovers.isShown());
+    EXPECT_TRUE(delegate.applicationShouldHandleReopen(false));
+    EXPECT_TRUE(platform.popovers.isShown());
+}
+
+TEST_F(Launch, TheItemShowsTheScoreFromTheLaunchOnAndFollowsItEveryFiveMinutes) {
+    platform.settings.setText("activePresetID", "dusk");
+    platform.application.run(delegate);
+    EXPECT_EQ(platform.statusBar.buttons().back().title, " 100") << "made before the score is computed";
+    platform.advance(Seconds(60));
+    EXPECT_EQ(platform.statusBar.buttons().back().title, " 95");
+    platform.advance(Seconds(239));
+    AppState::shared().activePresetID = "sleep";
+    const auto before = platform.statusBar.buttons().size();
+    platform.advance(Seconds(1)); // the score's timer, and the item's of every minute
+    EXPECT_EQ(platform.statusBar.buttons().back().title, " 100");
+    EXPECT_EQ(platform.statusBar.buttons().size(), before + 2);
+}
+
+TEST_F(Launch, TheShortcutRedrawsTheItemAtOnce) {
+    platform.application.run(delegate);
+    platform.eventMonitor.pressKey({.modifierFlags = commandShift, .keyCode = keycode::i});
+    platform.advance(Seconds(0.1));
+    EXPECT_EQ(platform.statusBar.buttons().back().toolTip, "5000K, score 80");
+}
+
+TEST_F(Launch, TerminationTakesItemAndPopoverAway) {
+    platform.application.run(delegate);
+    platform.advance(Seconds(1));
+    platform.application.terminate();
+    EXPECT_EQ(platform.statusBar.itemCount(), 0);
+    EXPECT_EQ(platform.eventMonitor.mouseMonitors(), 0U);
 }
 
 using LaunchDeathTest = Launch;

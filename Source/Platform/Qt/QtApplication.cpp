@@ -41,20 +41,17 @@ void QtApplication::setActivationPolicy(ActivationPolicy policy) {
     QGuiApplication::setQuitOnLastWindowClosed(policy == ActivationPolicy::regular);
 }
 
-int QtApplication::run(ApplicationDelegate& delegate) {
+void QtApplication::run(ApplicationDelegate& delegate) {
     delegate.applicationDidFinishLaunching();
-    if (!exitStatus) {
+    if (!isEnding) {
         QCoreApplication::exec();
     }
     delegate.applicationWillTerminate();
-    return exitStatus.value_or(0);
 }
 
-void QtApplication::terminate(int status) {
-    if (!exitStatus) {
-        exitStatus = status;
-        QCoreApplication::quit();
-    }
+void QtApplication::terminate() {
+    isEnding = true;
+    QCoreApplication::quit();
 }
 
 } // namespace nocta

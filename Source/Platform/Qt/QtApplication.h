@@ -2,8 +2,6 @@
 
 #include "Platform/Application.h"
 
-#include <optional>
-
 #include <QGuiApplication>
 
 namespace nocta {
@@ -18,13 +16,13 @@ class QtApplication final : public Application {
     QtApplication(const char* platformName, char** argv, void (*onServerLost)());
 
     void setActivationPolicy(ActivationPolicy policy) override;
-    int run(ApplicationDelegate& delegate) override;
-    void terminate(int status) override;
+    void run(ApplicationDelegate& delegate) override;
+    void terminate() override;
 
   private:
     int argumentCount = 1;
     QGuiApplication application;
-    std::optional<int> exitStatus;
+    bool isEnding = false;
 };
 
 } // namespace nocta

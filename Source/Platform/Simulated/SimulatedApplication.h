@@ -15,13 +15,12 @@ class SimulatedApplication final : public Application {
 
     void setActivationPolicy(ActivationPolicy policy) override { recordedPolicies.push_back(policy); }
 
-    int run(ApplicationDelegate& newDelegate) override {
+    void run(ApplicationDelegate& newDelegate) override {
         delegate = &newDelegate;
         delegate->applicationDidFinishLaunching();
-        return 0;
     }
 
-    void terminate(int /*status*/) override {
+    void terminate() override {
         if (delegate != nullptr) {
             std::exchange(delegate, nullptr)->applicationWillTerminate();
         }
