@@ -31,6 +31,7 @@ class DesktopWithApplications : public Desktop {
         if (!eventually([this] { return settings().find("breakIntervalMinutes=33\n") != std::string::npos; })) {
             throw std::runtime_error("Nocta did not launch: " + nocta->errors());
         }
+        closePopover();
         return nocta;
     }
 

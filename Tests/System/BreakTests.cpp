@@ -33,6 +33,7 @@ class DesktopWithBreaks : public Desktop {
     [[nodiscard]] std::unique_ptr<Process> startAndBreak() const {
         writeBreaks(1, 600 * factor);
         auto nocta = startDrivenNocta(factor);
+        closePopover();
         EXPECT_TRUE(eventually([this] { return isCovered(); })) << nocta->errors();
         nocta->write("interval 1000\n");
         return nocta;
@@ -189,8 +190,9 @@ constexpr long allowedGrowth = 1024;
 
 TEST_F(DesktopWithBreaks, ADayOfThemLeavesMemoryAndServerAsTheyWere) {
     constexpr int hasty = 1000;
-    writeBreaks(1, 20);
+    writeBreaks(100'000, 20);
     const auto nocta = startDrivenNocta(hasty);
+    closePopover();
     std::int64_t taken = 0;
     const auto restAfter = [&](std::int64_t breaks) {
         nocta->write("interval 1\nrestart\n");

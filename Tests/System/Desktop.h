@@ -89,6 +89,19 @@ class Desktop : public testing::Test {
         return start("driven-nocta", {std::to_string(factor)});
     }
 
+    /// Waits for the popover that a launch shows, and closes it by its key: it has the keyboard.
+    static void closePopover() {
+        const auto isShown = [] {
+            Process search({"xdotool", "search", "--onlyvisible", "--name", "^Nocta$"});
+            return search.waitForEnd() == Ending{.exitStatus = 0};
+        };
+        EXPECT_TRUE(eventually(isShown));
+        EXPECT_TRUE(eventually([&] {
+            Process({"xdotool", "key", "Escape"}).waitForEnd();
+            return !isShown();
+        }));
+    }
+
     /// Kills both, so that neither sees the other's end: Nocta is stopped first.
     static void killWithItsGuard(Process& nocta) {
         nocta.signal(SIGSTOP);

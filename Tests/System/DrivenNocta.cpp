@@ -26,6 +26,12 @@
 #include <string>
 #include <utility>
 
+#include <QAccessible>
+#include <QGuiApplication>
+#include <QPoint>
+#include <QString>
+#include <QWindow>
+
 #include <unistd.h>
 
 namespace {
@@ -54,6 +60,34 @@ class HastyRunLoop final : public RunLoop {
     double factor;
 };
 
+/// The first of that name below `item`, as screen readers see it.
+QAccessibleInterface* findBelow(const QAccessibleInterface& item, const QString& name) {
+    for (int i = 0; i < item.childCount(); ++i) {
+        auto* const child = item.child(i);
+        if (child == nullptr || child->state().invisible) {
+            continue;
+        }
+        if (child->text(QAccessible::Name) == name) {
+            return child;
+        }
+        if (auto* const found = findBelow(*child, name)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+/// The middle of what bears that name in a window that is shown, in pixels of the screen.
+std::optional<QPoint> findOnScreen(const QString& name) {
+    for (auto* const window : QGuiApplication::topLevelWindows()) {
+        const auto* const root = window->isVisible() ? QAccessible::queryAccessibleInterface(window) : nullptr;
+        if (const auto* const found = root != nullptr ? findBelow(*root, name) : nullptr) {
+            return found->rect().center();
+        }
+    }
+    return std::nullopt;
+}
+
 class Hand final : public ApplicationDelegate {
   public:
     explicit Hand(double factor) : factor(factor) {}
@@ -67,7 +101,13 @@ class Hand final : public ApplicationDelegate {
         commandWatch = Platform::current().runLoop->watch(STDIN_FILENO, [this] { readCommands(); });
     }
 
+    void cyclePreset() { program.cyclePreset(); }
+
     void applicationWillTerminate() override { program.applicationWillTerminate(); }
+
+    bool applicationShouldHandleReopen(bool hasVisibleWindows) override {
+        return program.applicationShouldHandleReopen(hasVisibleWindows);
+    }
 
   private:
     void readCommands() {
@@ -140,6 +180,14 @@ class Hand final : public ApplicationDelegate {
                  std::cerr << state.breaksTaken.get() << " taken, " << state.breaksSkipped.get() << " skipped"
                            << std::endl;
              }},
+            {"where",
+             [&] {
+                 std::string name;
+                 std::getline(words >> std::ws, name);
+                 const auto place = findOnScreen(QString::fromStdString(name));
+                 std::cerr << (place ? std::to_string(place->x()) + " " + std::to_string(place->y()) : "nowhere")
+                           << std::endl;
+             }},
             {"reset", [] { FilterEngine::shared().resetAllDisplays(); }},
             {"quit", [] { Platform::current().application->terminate(); }},
             {"abort", [] { std::abort(); }},
@@ -201,5 +249,5 @@ class Hand final : public ApplicationDelegate {
 
 int main(int argc, char** argv) {
     Hand hand(argc > 1 ? std::stod(argv[1]) : 1); // NOLINT: the arguments are a plain array
-    return runProgram(argv, hand, [] { AppDelegate::cyclePreset(); });
+    return runProgram(argv, hand, [&hand] { hand.cyclePreset(); });
 }
