@@ -34,11 +34,11 @@ int failure(const char* reason) {
     return 1;
 }
 
-/// Whichever connection to the server notices first. Qt ends the process in just this way when it is the first; it has
-/// no way of its own to leave a server that is gone, nor is anything left to put in order.
+/// Whichever connection to the server notices first. At once: nothing is left to put in order, and Qt, which would end
+/// the process by itself, has no way of its own to leave a server that is gone.
 void endWithoutServer() {
     std::fputs("nocta: the display server went away\n", stderr);
-    std::exit(EXIT_FAILURE);
+    std::_Exit(EXIT_FAILURE);
 }
 
 } // namespace
