@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Interface/QmlModule.h"
+#include "Interface/Quick.h"
 
 #include <algorithm>
 #include <functional>
@@ -104,8 +104,7 @@ class Scene {
 
   private:
     void make(const std::function<void(QQmlComponent&)>& load, const QVariantMap& properties) {
-        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-        registerQmlModule();
+        prepareQuick();
         QQmlComponent component(&engine);
         load(component);
         auto* object = component.createWithInitialProperties(properties);

@@ -35,6 +35,7 @@ class DesktopWithBreaks : public Desktop {
         auto nocta = startDrivenNocta(factor);
         closePopover();
         EXPECT_TRUE(eventually([this] { return isCovered(); })) << nocta->errors();
+        EXPECT_EQ(nocta->errors(), "");
         nocta->write("interval 1000\n");
         return nocta;
     }

@@ -2,7 +2,7 @@
 
 #include "Interface/BreakOverlay/KeyGate.h"
 #include "Interface/BreakOverlay/OverlayModel.h"
-#include "Interface/QmlModule.h"
+#include "Interface/Quick.h"
 
 #include <algorithm>
 #include <utility>
@@ -198,8 +198,7 @@ void QuickWindowHost::loadScene() {
     if (scene) {
         return;
     }
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    registerQmlModule();
+    prepareQuick();
     engine = std::make_unique<QQmlEngine>();
     scene = std::make_unique<QQmlComponent>(
         engine.get(), QUrl(QStringLiteral("qrc:/qt-project.org/imports/Nocta/BreakOverlay/BreakOverlay.qml")));

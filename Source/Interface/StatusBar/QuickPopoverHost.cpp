@@ -1,6 +1,6 @@
 #include "Interface/StatusBar/QuickPopoverHost.h"
 
-#include "Interface/QmlModule.h"
+#include "Interface/Quick.h"
 #include "Interface/StatusBar/PopoverFrame.h"
 #include "Interface/StatusBar/PopoverPlacement.h"
 #include "Interface/Theme.h"
@@ -74,8 +74,7 @@ class QuickPopoverHost::QuickPopover final : public Popover {
     class Stage {
       public:
         explicit Stage(QuickPopover& popover) : popover(popover) {
-            QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-            registerQmlModule();
+            prepareQuick();
             window.emplace();
             auto format = window->format();
             format.setAlphaBufferSize(8);
