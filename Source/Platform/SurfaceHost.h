@@ -37,6 +37,9 @@ class OverlaySurface {
     /// Whether the desktop blends this window with what is below it. Otherwise `setOpacity` has no effect, and the
     /// window's transparent parts show black.
     [[nodiscard]] virtual bool isTranslucent() const = 0;
+    /// Whether `setOpacity` has an effect on a translucent window. Otherwise the window can only be faded by drawing it
+    /// ever more transparent.
+    [[nodiscard]] virtual bool hasOpacity() const { return true; }
     /// Of the whole window, from 0 to 1, which it is unless told. Sent at once, and nothing is drawn anew for it.
     virtual void setOpacity(double opacity) = 0;
 };

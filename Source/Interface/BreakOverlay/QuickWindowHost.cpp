@@ -143,14 +143,18 @@ class QuickWindowHost::Window final : public OverlayWindow {
     /// opaque background.
     void showAlpha() {
         const bool blends = surface->isTranslucent();
+        const bool fadesAsAWhole = blends && surface->hasOpacity();
         auto background = style.backgroundColor;
         if (!blends || style.isOpaque) {
             background.alpha = 1;
         }
+        if (blends && !fadesAsAWhole) {
+            background.alpha *= alpha;
+        }
         window.setColor(QColor::fromRgbF(static_cast<float>(background.red), static_cast<float>(background.green),
                                          static_cast<float>(background.blue), static_cast<float>(background.alpha)));
-        surface->setOpacity(blends ? alpha : 1);
-        model.setOpacity(blends ? 1 : alpha);
+        surface->setOpacity(fadesAsAWhole ? alpha : 1);
+        model.setOpacity(fadesAsAWhole ? 1 : alpha);
     }
 
     /// From the scene's own event handler, in which the scene must not end.

@@ -1,5 +1,7 @@
 #include "Platform/Qt/QtApplication.h"
 
+#include <QLoggingCategory>
+
 namespace nocta {
 
 namespace {
@@ -9,6 +11,10 @@ namespace {
 void prepareEnvironment(const char* platformName) {
     qputenv("QT_QPA_PLATFORM", platformName);
     qputenv("QT_XCB_GL_INTEGRATION", "none");
+    // On Wayland, windows that ask for it get no role from Qt: this program gives them one.
+    qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
+    // That all outputs are off is nothing to complain about.
+    QLoggingCategory::setFilterRules(QStringLiteral("qt.qpa.wayland.warning=false"));
     qunsetenv("QT_QPA_PLATFORMTHEME");
     QGuiApplication::setDesktopSettingsAware(false);
 }
@@ -18,7 +24,8 @@ void (*handleServerLoss)() = nullptr;
 
 /// The one way to learn of that end: Qt says so and calls `exit`.
 void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& text) {
-    if (text.startsWith(QStringLiteral("The X11 connection broke"))) {
+    if (text.startsWith(QStringLiteral("The X11 connection broke")) ||
+        text.startsWith(QStringLiteral("The Wayland connection broke"))) {
         handleServerLoss();
     } else {
         writeMessage(type, context, text);

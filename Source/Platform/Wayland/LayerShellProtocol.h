@@ -1,0 +1,9 @@
+#pragma once
+
+// What the header below includes, before the name changes.
+#include <wayland-client.h>
+
+// The header is generated for C: it has an argument of that name.
+#define namespace nameSpace // NOLINT
+#include <wlr-layer-shell-unstable-v1.h>
+#undef namespace

@@ -1,0 +1,93 @@
+#include "Platform/Wayland/LayerSurfaceHost.h"
+
+#include "Platform/Wayland/LayerSurface.h"
+
+#include <QGuiApplication>
+#include <QObject>
+#include <QScreen>
+#include <QWindow>
+
+namespace nocta {
+
+namespace {
+
+/// With all outputs off, Qt has one screen without an extent.
+bool isReal(const QScreen& screen) {
+    return !screen.geometry().isEmpty();
+}
+
+/// Null where all outputs are off.
+QScreen* firstScreen() {
+    for (auto* screen : QGuiApplication::screens()) {
+        if (isReal(*screen)) {
+            return screen;
+        }
+    }
+    return nullptr;
+}
+
+class LayerOverlay final : public OverlaySurface {
+  public:
+    LayerOverlay(LayerShell& shell, QWindow& window)
+        : window(window), surface(shell, window, [this] { followScreen(); }) {
+        QObject::connect(qGuiApp, &QGuiApplication::screenAdded, &context, [this] { followScreen(); });
+    }
+
+    void show() override {
+        isWanted = true;
+        followScreen();
+    }
+    void takeKeyboard() override { surface.setKeyboard(LayerPlace::Keyboard::exclusive); }
+    void releaseKeyboard() override { surface.setKeyboard(LayerPlace::Keyboard::none); }
+    [[nodiscard]] std::vector<std::uint32_t> pressedKeys() const override { return {}; }
+    /// Every compositor blends; what Qt says of a window it has made is not about this.
+    [[nodiscard]] bool isTranslucent() const override { return window.requestedFormat().hasAlpha(); }
+    [[nodiscard]] bool hasOpacity() const override { return false; }
+    void setOpacity(double /*opacity*/) override {}
+
+  private:
+    /// The compositor closes the surface when its output goes; another one may be there, or come later.
+    void followScreen() {
+        auto* const screen = firstScreen();
+        if (isWanted && screen != nullptr && !surface.isShown()) {
+            surface.show(*screen, {.purpose = "nocta-break",
+                                   .layer = LayerPlace::Layer::overlay,
+                                   .anchors = LayerPlace::allEdges,
+                                   .size = {0, 0},
+                                   .margins = {},
+                                   .coversPanels = true});
+        }
+    }
+
+    QWindow& window;
+    QObject context;
+    LayerSurface surface;
+    bool isWanted = false;
+};
+
+} // namespace
+
+std::vector<Screen> LayerSurfaceHost::screens() const {
+    std::vector<Screen> all;
+    for (const auto* screen : QGuiApplication::screens()) {
+        if (isReal(*screen)) {
+            const QRectF frame = screen->geometry();
+            all.push_back(
+                {.name = screen->name().toStdString(),
+                 .frame = {.x = frame.x(), .y = frame.y(), .width = frame.width(), .height = frame.height()}});
+        }
+    }
+    if (!all.empty()) {
+        lastKnown = all.front();
+    } else {
+        all.push_back(lastKnown);
+    }
+    return all;
+}
+
+std::unique_ptr<OverlaySurface> LayerSurfaceHost::makeOverlay(QWindow& window,
+                                                              std::function<void()> /*onTranslucencyChange*/) {
+    return std::make_unique<LayerOverlay>(shell, window);
+}
+
+} // namespace nocta

@@ -1,0 +1,246 @@
+// The break's overlay on a Wayland desktop: the same windows as on X11, on the layers of a real compositor.
+
+#include "BreakContent.h"
+#include "Interface/BreakOverlay/QuickWindowHost.h"
+#include "Platform/Qt/QtApplication.h"
+#include "Platform/Qt/QtRunLoop.h"
+#include "Platform/Wayland/LayerSurfaceHost.h"
+#include "Support/Process.h"
+#include "Support/Sway.h"
+#include "Support/TemporaryFolder.h"
+#include "Support/WaylandPointer.h"
+#include "WaitingLoop.h"
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+namespace nocta::test {
+namespace {
+
+class LayerOverlay : public testing::Test {
+  protected:
+    /// What sway shows where there is nothing.
+    static constexpr QRgb nothing = 0xff3f3f3f;
+    /// (0.05, 0.03, 0) of 255, rounded.
+    static constexpr QRgb background = 0xff0d0800;
+    static constexpr QRect mainArea{0, 0, 1280, 800};
+    static constexpr QRect secondArea{1280, 0, 1280, 800};
+    /// The middle of the skip button.
+    static constexpr QPoint skipButton{640, 553};
+
+    LayerOverlay() {
+        application.emplace("wayland", arguments, nullptr);
+        surfaces.emplace();
+        host.emplace(*surfaces, loop);
+    }
+
+    ~LayerOverlay() override {
+        window.reset();
+        host.reset();
+        surfaces.reset();
+        application.reset(); // before its compositor
+    }
+
+    void present(Seconds fade = Seconds(0.05)) {
+        const auto screen = host->mainScreen().value_or(host->screens().front());
+        window = host->makeOverlayWindow({.contentRect = screen.frame,
+                                          .backgroundColor = {.red = 0.05, .green = 0.03, .blue = 0, .alpha = 0.95},
+                                          .isOpaque = false,
+                                          .alphaValue = 0,
+                                          .canJoinAllSpaces = true,
+                                          .fullScreenAuxiliary = true,
+                                          .ignoresCycle = true},
+                                         [this] { ++skips; });
+        window->setContent(breakContent(20));
+        window->orderFrontRegardless();
+        host->activateIgnoringOtherApps();
+        isFadedIn = false;
+        window->animateAlpha(1, fade, TimingFunction::easeOut, [this] { isFadedIn = true; });
+    }
+
+    void presentAndWait() {
+        present();
+        ASSERT_TRUE(runUntil([this] { return isFadedIn && covers(mainArea); }));
+    }
+
+    /// All outputs as the eye sees them without a filter.
+    [[nodiscard]] QImage screenshot() const {
+        const auto file = folder.path() / "screen.ppm";
+        Process grim({"grim", "-t", "ppm", file});
+        // The compositor waits for the windows it shows, and this is one of them.
+        const bool hasEnded = runUntil([&] { return !grim.isRunning(); });
+        return hasEnded ? QImage(QString::fromStdString(file)) : QImage();
+    }
+
+    [[nodiscard]] bool covers(const QRect& area) const {
+        const auto screen = screenshot();
+        if (!screen.rect().contains(area)) {
+            return false;
+        }
+        const QRect inner = area.adjusted(1, 1, -1, -1);
+        // Not where the pointer comes to rest.
+        const QPoint left(inner.left(), inner.center().y());
+        for (const auto& point : {left, inner.topRight(), inner.bottomLeft(), inner.bottomRight()}) {
+            if (!isDark(screen.pixel(point))) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    [[nodiscard]] bool isFree(const QRect& area) const {
+        const auto screen = screenshot();
+        return screen.rect().contains(area) && screen.pixel(area.center()) == nothing &&
+               screen.pixel(area.topLeft()) == nothing;
+    }
+
+    /// The background with at most a twentieth of something else in each channel.
+    static bool isDark(QRgb color) {
+        constexpr int twentieth = 13;
+        return std::abs(qRed(color) - qRed(background)) <= twentieth &&
+               std::abs(qGreen(color) - qGreen(background)) <= twentieth &&
+               std::abs(qBlue(color) - qBlue(background)) <= twentieth;
+    }
+
+    static void typeAfterTab(const std::string& key) {
+        Process typing({"wtype", "-s", "100", "-k", "Tab", "-s", "50", "-k", key, "-s", "100"});
+        EXPECT_TRUE(runUntil([&] { return !typing.isRunning(); }));
+    }
+
+    void click(const QPoint& point) {
+        pointer.move(static_cast<std::uint32_t>(point.x()), static_cast<std::uint32_t>(point.y()), 2560, 800);
+        // A press follows where the program has seen the pointer come.
+        runUntil([] { return false; }, std::chrono::milliseconds(50));
+        pointer.click();
+    }
+
+    Sway sway;
+    WaylandPointer pointer;
+    TemporaryFolder folder;
+    char name[6] = "nocta";
+    char* arguments[2] = {name, nullptr};
+    std::optional<QtApplication> application;
+    QtRunLoop loop;
+    std::optional<LayerSurfaceHost> surfaces;
+    std::optional<QuickWindowHost> host;
+    std::unique_ptr<OverlayWindow> window;
+    bool isFadedIn = false;
+    int skips = 0;
+};
+
+TEST_F(LayerOverlay, CoversTheFirstScreenAndNoOther) {
+    presentAndWait();
+    EXPECT_TRUE(isFree(secondArea));
+}
+
+TEST_F(LayerOverlay, ListsTheScreensOfTheCompositor) {
+    const auto screens = host->screens();
+    ASSERT_EQ(screens.size(), 2U);
+    EXPECT_EQ(screens[0].name, "HEADLESS-1");
+    EXPECT_EQ(screens[0].frame, (Rectangle{.x = 0, .y = 0, .width = 1280, .height = 800}));
+    EXPECT_EQ(screens[1].frame, (Rectangle{.x = 1280, .y = 0, .width = 1280, .height = 800}));
+    EXPECT_FALSE(host->mainScreen());
+}
+
+TEST_F(LayerOverlay, FadesAsAWhole) {
+    std::vector<int> seen;
+    const auto look = [&] { seen.push_back(qRed(screenshot().pixel(40, 700))); };
+    present(Seconds(2));
+    ASSERT_TRUE(runUntil([&] {
+        look();
+        return isFadedIn;
+    }));
+    EXPECT_TRUE(std::ranges::is_sorted(seen, std::greater()));
+    EXPECT_GT(std::ranges::count_if(seen, [](int red) { return red > 20 && red < qRed(nothing); }), 0)
+        << "what is below shines through on the way";
+    EXPECT_TRUE(runUntil([this] { return covers(mainArea); }));
+    bool isFadedOut = false;
+    window->animateAlpha(0, Seconds(0.05), TimingFunction::standard, [&] { isFadedOut = true; });
+    EXPECT_TRUE(runUntil([&] { return isFadedOut && isFree(mainArea); }));
+}
+
+TEST_F(LayerOverlay, ClosingUncoversTheScreenForGood) {
+    presentAndWait();
+    window->close();
+    EXPECT_TRUE(runUntil([this] { return isFree(mainArea); }));
+    window->setContent(breakContent(3));
+    window->orderFrontRegardless();
+    host->activateIgnoringOtherApps();
+    runUntil([] { return false; }, std::chrono::milliseconds(100));
+    EXPECT_TRUE(isFree(mainArea));
+}
+
+TEST_F(LayerOverlay, CanBeShownAgainAndAgain) {
+    for (int i = 0; i < 3; ++i) {
+        presentAndWait();
+        window.reset();
+        EXPECT_TRUE(runUntil([this] { return isFree(mainArea); })) << i;
+    }
+}
+
+TEST_F(LayerOverlay, AClickOnTheButtonSkips) {
+    presentAndWait();
+    click(QPoint(200, 200));
+    click(skipButton);
+    EXPECT_TRUE(runUntil([this] { return skips > 0; }));
+    EXPECT_EQ(skips, 1);
+}
+
+TEST_F(LayerOverlay, AKeySkipsWithoutAClickBefore) {
+    presentAndWait();
+    runUntil([] { return false; }, std::chrono::milliseconds(600)); // keys do not count before
+    typeAfterTab("space");
+    EXPECT_TRUE(runUntil([this] { return skips == 1; }));
+}
+
+TEST_F(LayerOverlay, TakesNoInputOnTheWayOut) {
+    presentAndWait();
+    bool isFadedOut = false;
+    window->animateAlpha(0, Seconds(1), TimingFunction::standard, [&] { isFadedOut = true; });
+    click(skipButton);
+    EXPECT_TRUE(runUntil([&] { return isFadedOut; }));
+    EXPECT_EQ(skips, 0);
+}
+
+TEST_F(LayerOverlay, CoversAFullScreenWindow) {
+    Process editor({"foot", "--fullscreen", "-o", "colors.background=ff0000", "sleep", "60"});
+    ASSERT_TRUE(runUntil([this] { return screenshot().pixel(mainArea.center()) == 0xffff0000; })) << editor.errors();
+    presentAndWait();
+    window.reset();
+    EXPECT_TRUE(runUntil([this] { return screenshot().pixel(mainArea.center()) == 0xffff0000; }));
+}
+
+TEST_F(LayerOverlay, FollowsItsScreenInAnotherMode) {
+    presentAndWait();
+    sway.command("output HEADLESS-1 resolution 1024x768");
+    EXPECT_TRUE(runUntil([this] { return covers({0, 0, 1024, 768}); }));
+}
+
+TEST_F(LayerOverlay, MovesToAnotherScreenWhenItsOwnGoesAndWaitsForOneWhenAllDo) {
+    presentAndWait();
+    sway.command("output HEADLESS-1 disable");
+    EXPECT_TRUE(runUntil([this] { return covers({0, 0, 1280, 800}); })) << "the second one alone";
+    sway.command("output HEADLESS-2 disable");
+    ASSERT_TRUE(runUntil([this] { return host->screens().size() == 1; }));
+    runUntil([] { return false; }, std::chrono::milliseconds(100));
+    EXPECT_EQ(host->screens().size(), 1U) << "the last one known";
+    sway.command("output HEADLESS-1 enable");
+    EXPECT_TRUE(runUntil([this] { return covers(mainArea); }));
+}
+
+TEST_F(LayerOverlay, IsDrawnSharplyOnADenseScreen) {
+    sway.command("output HEADLESS-1 scale 2");
+    ASSERT_TRUE(runUntil([this] { return host->screens().front().frame.width == 640; }));
+    present();
+    // In device pixels: the screenshot is as dense as the densest output.
+    EXPECT_TRUE(runUntil([this] { return isFadedIn && covers({0, 0, 1280, 800}); }));
+}
+
+} // namespace
+} // namespace nocta::test
