@@ -3,6 +3,7 @@
 #include "Platform/Popover.h"
 #include "Platform/WindowHost.h"
 
+#include <functional>
 #include <optional>
 
 namespace nocta {
@@ -47,6 +48,11 @@ class PopoverSurface {
     /// Takes the window off the screen, and gives the keyboard back to the window that had it unless another one has
     /// taken it since.
     virtual void hide() = 0;
+
+    /// Calls `onDismissed` from the run loop when the user clicks elsewhere, or the window's screen has gone, while the
+    /// window is shown: on a window system that lets only the surface know. On others `EventMonitor` sees clicks, and
+    /// this does nothing.
+    virtual void setDismissHandler(std::function<void()> /*onDismissed*/) {}
 };
 
 } // namespace nocta

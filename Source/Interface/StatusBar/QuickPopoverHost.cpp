@@ -82,6 +82,7 @@ class QuickPopoverHost::QuickPopover final : public Popover {
             window->setColor(Qt::transparent);
             window->setTitle(QStringLiteral("Nocta"));
             surface = popover.host.makeSurface(*window);
+            surface->setDismissHandler([&popover] { popover.performClose(); });
 
             frame = new PopoverFrame(window->contentItem());
             frame->setFlag(QQuickItem::ItemIsFocusScope);

@@ -45,13 +45,16 @@ LayerSurface::~LayerSurface() {
     hide();
 }
 
-void LayerSurface::show(QScreen& screen, const LayerPlace& place) {
+void LayerSurface::show(QScreen* screen, const LayerPlace& place) {
     hide();
-    window.setScreen(&screen);
+    wl_output* output = nullptr;
+    if (screen != nullptr) {
+        window.setScreen(screen);
+        output = static_cast<wl_output*>(
+            QGuiApplication::platformNativeInterface()->nativeResourceForScreen("output", screen));
+    }
     window.create();
     auto* const made = surfaceOf(window);
-    auto* const output =
-        static_cast<wl_output*>(QGuiApplication::platformNativeInterface()->nativeResourceForScreen("output", &screen));
     if (made == nullptr || shell.get() == nullptr) {
         return;
     }

@@ -47,8 +47,9 @@ class LayerSurface {
 
     [[nodiscard]] bool isShown() const { return surface != nullptr; }
 
-    /// Shows the window as soon as the compositor says how large it is.
-    void show(QScreen& screen, const LayerPlace& place);
+    /// Shows the window as soon as the compositor says how large it is; without a screen on the one that has the
+    /// keyboard.
+    void show(QScreen* screen, const LayerPlace& place);
     /// Takes it off the screen.
     void hide();
     /// Who may type into it: `onDemand` once the user has clicked into it. Before `show` as well.

@@ -50,12 +50,12 @@ class LayerOverlay final : public OverlaySurface {
     void followScreen() {
         auto* const screen = firstScreen();
         if (isWanted && screen != nullptr && !surface.isShown()) {
-            surface.show(*screen, {.purpose = "nocta-break",
-                                   .layer = LayerPlace::Layer::overlay,
-                                   .anchors = LayerPlace::allEdges,
-                                   .size = {0, 0},
-                                   .margins = {},
-                                   .coversPanels = true});
+            surface.show(screen, {.purpose = "nocta-break",
+                                  .layer = LayerPlace::Layer::overlay,
+                                  .anchors = LayerPlace::allEdges,
+                                  .size = {0, 0},
+                                  .margins = {},
+                                  .coversPanels = true});
         }
     }
 

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Platform/PopoverSurface.h"
+#include "Platform/Wayland/ClickCatcher.h"
+#include "Platform/Wayland/LayerShell.h"
+#include "Platform/Wayland/LayerSurface.h"
+
+#include <functional>
+#include <optional>
+
+#include <QObject>
+
+namespace nocta {
+
+/// A popover on a Wayland desktop whose compositor has a layer shell, in a window of Qt's platform plug-in "wayland".
+/// Programs know no places there: it stands in the corner beside the panel, on the screen that the compositor chooses,
+/// which is the one that has the keyboard.
+///
+/// While it is shown it has the keyboard alone. Compositors give a panel's window no keyboard that it does not insist
+/// on, and those that do may take it away at a movement of the pointer.
+class LayerPopoverSurface final : public PopoverSurface {
+  public:
+    /// `window` is not shown yet and outlives the surface. From then on its place, its size and its being shown are the
+    /// surface's.
+    explicit LayerPopoverSurface(QWindow& window);
+    LayerPopoverSurface(const LayerPopoverSurface&) = delete;
+    LayerPopoverSurface& operator=(const LayerPopoverSurface&) = delete;
+    ~LayerPopoverSurface() override;
+
+    [[nodiscard]] PopoverSurroundings surroundings(const std::optional<Rectangle>& anchor) const override;
+    [[nodiscard]] bool isTranslucent() const override;
+    void show(const Rectangle& frame, const Rectangle& body) override;
+    void takeKeyboard() override;
+    void hide() override;
+    void setDismissHandler(std::function<void()> onDismissed) override;
+
+  private:
+    void dismissLater();
+
+    QWindow& window;
+    LayerShell shell;
+    LayerSurface surface;
+    std::optional<ClickCatcher> elsewhere; ///< while it is shown
+    std::function<void()> onDismissed;
+    QObject context; // destroyed first: nothing is dismissed any more
+};
+
+} // namespace nocta
