@@ -1,7 +1,13 @@
 #include "App/BackEnds.h"
 
+#include "App/NoDisplayService.h"
 #include "App/SessionStatusBar.h"
 #include "Platform/DBus/NotifierStatusItem.h"
+#include "Platform/Wayland/LayerPopoverSurface.h"
+#include "Platform/Wayland/LayerSurfaceHost.h"
+#include "Platform/Wayland/WaylandClient.h"
+#include "Platform/Wayland/WlrGammaDisplayService.h"
+#include "Platform/Wayland/WlrToplevelWorkspace.h"
 #include "Platform/X11/EwmhWorkspace.h"
 #include "Platform/X11/RandrDisplayService.h"
 #include "Platform/X11/TrayStatusItem.h"
@@ -12,6 +18,7 @@
 #include <array>
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 
 namespace nocta {
 
@@ -25,7 +32,11 @@ std::unique_ptr<DisplayService> makeRandr(RunLoop& loop, const std::function<voi
         loop, RandrDisplayService::Options{.guardProgram = guard.toStdString(), .onServerLost = onServerLost});
 }
 
-constexpr std::array<MakeDisplayService, 1> displayServices{&makeRandr};
+std::unique_ptr<DisplayService> makeWlrGamma(RunLoop& loop, const std::function<void()>& onServerLost) {
+    return std::make_unique<WlrGammaDisplayService>(loop, onServerLost);
+}
+
+constexpr std::array<MakeDisplayService, 2> displayServices{&makeWlrGamma, &makeRandr};
 
 template <class Service>
 using Make = std::unique_ptr<Service> (*)(RunLoop&);
@@ -35,8 +46,15 @@ std::unique_ptr<Service> make(RunLoop& loop) {
     return std::make_unique<BackEnd>(loop);
 }
 
-constexpr std::array<Make<Workspace>, 1> workspaces{&make<Workspace, EwmhWorkspace>};
+constexpr std::array<Make<Workspace>, 2> workspaces{&make<Workspace, WlrToplevelWorkspace>,
+                                                    &make<Workspace, EwmhWorkspace>};
 constexpr std::array<Make<EventMonitor>, 1> eventMonitors{&make<EventMonitor, XInputEventMonitor>};
+
+/// Whether Qt's windows are on a Wayland compositor itself, and not on the X server that it runs for others: then that
+/// server is left alone, which such a compositor starts for its first client.
+bool isOnWayland() {
+    return QGuiApplication::platformName() == QStringLiteral("wayland");
+}
 
 /// The first that can serve; null where none can.
 template <class Makers, class... Arguments>
@@ -52,15 +70,34 @@ auto firstAvailable(const Makers& makers, Arguments&... arguments) -> decltype(m
 } // namespace
 
 std::optional<std::string> displayServerName() {
-    return XConnection::serverName();
+    // Both have a name where a Wayland session serves X programs too, and where one of them is left from another
+    // session.
+    const auto wayland = WaylandClient::serverName();
+    if (wayland && WaylandClient::offeredInterfaces()) {
+        return wayland;
+    }
+    const auto x11 = XConnection::serverName();
+    return x11 ? x11 : wayland;
 }
 
 const char* reachableWindowSystem() {
-    return XConnection().isLost() ? nullptr : "xcb";
+    const auto wayland = WaylandClient::offeredInterfaces();
+    // Elsewhere a window of Wayland's cannot be put where an overlay or a popover belongs.
+    if (wayland && wayland->contains("zwlr_layer_shell_v1")) {
+        return "wayland";
+    }
+    if (!XConnection().isLost()) {
+        return "xcb";
+    }
+    return wayland ? "wayland" : nullptr;
 }
 
 std::unique_ptr<DisplayService> makeDisplayService(RunLoop& loop, const std::function<void()>& onServerLost) {
-    return firstAvailable(displayServices, loop, onServerLost);
+    auto service = firstAvailable(displayServices, loop, onServerLost);
+    if (!service && WaylandClient::offeredInterfaces()) {
+        return std::make_unique<NoDisplayService>();
+    }
+    return service;
 }
 
 std::unique_ptr<Workspace> makeWorkspace(RunLoop& loop) {
@@ -68,21 +105,32 @@ std::unique_ptr<Workspace> makeWorkspace(RunLoop& loop) {
 }
 
 std::unique_ptr<EventMonitor> makeEventMonitor(RunLoop& loop) {
-    return firstAvailable(eventMonitors, loop);
+    return isOnWayland() ? nullptr : firstAvailable(eventMonitors, loop);
 }
 
 std::unique_ptr<SurfaceHost> makeSurfaceHost(RunLoop& loop) {
+    if (isOnWayland()) {
+        return std::make_unique<LayerSurfaceHost>();
+    }
     return std::make_unique<X11SurfaceHost>(loop);
 }
 
 std::unique_ptr<PopoverSurface> makePopoverSurface(QWindow& window) {
+    if (isOnWayland()) {
+        return std::make_unique<LayerPopoverSurface>(window);
+    }
     return std::make_unique<X11PopoverSurface>(window);
 }
 
 std::unique_ptr<StatusBar> makeStatusBar(RunLoop& loop, const SymbolPainter& paint) {
-    return std::make_unique<SessionStatusBar>(
-        [paint] { return std::make_unique<NotifierStatusItem>(paint, NotifierStatusItem::ClickPlace::global); },
-        [&loop, paint] { return std::make_unique<TrayStatusItem>(loop, paint); });
+    const auto place =
+        isOnWayland() ? NotifierStatusItem::ClickPlace::ofWidget : NotifierStatusItem::ClickPlace::global;
+    const auto notifier = [paint, place] { return std::make_unique<NotifierStatusItem>(paint, place); };
+    if (isOnWayland()) {
+        return std::make_unique<SessionStatusBar>(notifier);
+    }
+    return std::make_unique<SessionStatusBar>(notifier,
+                                              [&loop, paint] { return std::make_unique<TrayStatusItem>(loop, paint); });
 }
 
 } // namespace nocta

@@ -24,8 +24,9 @@ namespace nocta {
 /// Qt's name of the window system of that server, if the server answers; null where none does.
 [[nodiscard]] const char* reachableWindowSystem();
 
-/// The first display back end that can serve this session, in order of preference; null where none can. `onServerLost`
-/// is called from the run loop when the server it serves has gone.
+/// The first display back end that can serve this session, in order of preference. Where none can, a Wayland session
+/// gets one that does nothing, as everything but the filter works there; any other gets null. `onServerLost` is called
+/// from the run loop when the server it serves has gone.
 [[nodiscard]] std::unique_ptr<DisplayService> makeDisplayService(RunLoop& loop,
                                                                  const std::function<void()>& onServerLost);
 

@@ -22,6 +22,7 @@
 #include "Platform/Qt/QtSettingsStore.h"
 #include "Remote/RemoteControl.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 
@@ -37,6 +38,11 @@ int failure(const char* reason) {
 /// Whichever connection to the server notices first. At once: nothing is left to put in order, and Qt, which would end
 /// the process by itself, has no way of its own to leave a server that is gone.
 void endWithoutServer() {
+    // Qt's threads may notice as well, while the process ends.
+    static std::atomic_flag isEnding;
+    if (isEnding.test_and_set()) {
+        return;
+    }
     std::fputs("nocta: the display server went away\n", stderr);
     std::_Exit(EXIT_FAILURE);
 }

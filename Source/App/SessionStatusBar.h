@@ -39,10 +39,15 @@ class SwitchingStatusItem final : public StatusItem {
 /// Where this session shows status items.
 class SessionStatusBar final : public StatusBar {
   public:
-    explicit SessionStatusBar(SwitchingStatusItem::MakeItem makePreferred, SwitchingStatusItem::MakeItem makeOther)
+    /// Without `makeOther` there is the preferred place only.
+    explicit SessionStatusBar(SwitchingStatusItem::MakeItem makePreferred,
+                              SwitchingStatusItem::MakeItem makeOther = nullptr)
         : makePreferred(std::move(makePreferred)), makeOther(std::move(makeOther)) {}
 
     [[nodiscard]] std::unique_ptr<StatusItem> makeStatusItem() override {
+        if (!makeOther) {
+            return makePreferred();
+        }
         return std::make_unique<SwitchingStatusItem>(makePreferred(), makeOther);
     }
 

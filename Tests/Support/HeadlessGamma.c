@@ -1,8 +1,8 @@
 /* Loaded into sway by LD_PRELOAD: gives the outputs of wlroots' headless back end what only those of real hardware have,
  * a gamma table, being switched off, and being pulled out.
  *
- * In the folder that NOCTA_TEST_GAMMA names, the file "size" says how many entries a channel has at this moment, and
- * the file named after an output is the table that it shows, as 16-bit numbers, red, green and blue after each other;
+ * In the folder that NOCTA_TEST_GAMMA names, the file "size" says how many entries a channel has at this moment; if it
+ * is missing at the start, sway knows no gamma control at all. The file named after an output is the table that it shows, as 16-bit numbers, red, green and blue after each other;
  * empty or missing while it shows its own. SIGUSR1 pulls the newest output out, if it is not the only one. */
 
 #define _GNU_SOURCE
@@ -17,6 +17,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 #include <wlr/interfaces/wlr_output.h>
+#include <wlr/types/wlr_gamma_control_v1.h>
 
 enum { most_outputs = 64 };
 
@@ -102,6 +103,17 @@ static void give_gamma(const struct wlr_output_impl *implementation) {
     commit_headless = writable->commit;
     writable->commit = commit;
     writable->get_gamma_size = gamma_size;
+}
+
+struct wlr_gamma_control_manager_v1 *wlr_gamma_control_manager_v1_create(struct wl_display *display) {
+    char path[512];
+    snprintf(path, sizeof path, "%s/size", folder());
+    if (access(path, F_OK) != 0) {
+        return NULL;
+    }
+    struct wlr_gamma_control_manager_v1 *(*create)(struct wl_display *);
+    *(void **)&create = dlsym(RTLD_NEXT, "wlr_gamma_control_manager_v1_create");
+    return create(display);
 }
 
 void wlr_output_init(struct wlr_output *output, struct wlr_backend *backend,

@@ -54,8 +54,19 @@ void letEverybodyRead(const std::filesystem::path& file) {
 namespace message {
 constexpr std::uint32_t runCommand = 0;
 constexpr std::uint32_t getOutputs = 3;
+constexpr std::uint32_t getTree = 4;
 constexpr std::uint32_t getVersion = 7;
 } // namespace message
+
+std::size_t windowsBelow(const nlohmann::json& node) {
+    std::size_t count = node.contains("pid") ? 1 : 0; // only windows have one
+    for (const auto* list : {"nodes", "floating_nodes"}) {
+        for (const auto& child : node.value(list, nlohmann::json::array())) {
+            count += windowsBelow(child);
+        }
+    }
+    return count;
+}
 
 class Connection {
   public:
@@ -97,7 +108,7 @@ class Connection {
 
 } // namespace
 
-Sway::Sway(std::size_t gammaSize) {
+Sway::Sway(std::optional<std::size_t> gammaSize) {
     // Its own folders in it are closed to others; this one is passed through.
     std::filesystem::permissions(folder.path(), std::filesystem::perms::owner_all | std::filesystem::perms::group_exec |
                                                     std::filesystem::perms::others_exec);
@@ -112,7 +123,9 @@ Sway::Sway(std::size_t gammaSize) {
     letEverybodyRead(library);
     waylandSocket = runtime / "wayland-1";
     ipcSocket = runtime / "ipc";
-    setGammaSize(gammaSize);
+    if (gammaSize) {
+        setGammaSize(*gammaSize);
+    }
 
     std::vector<std::string> arguments;
     if (isRoot()) {
@@ -197,6 +210,10 @@ void Sway::unplug() const {
     if (!eventually([&] { return outputs().size() < before; })) {
         throw std::runtime_error("sway pulls nothing out");
     }
+}
+
+std::size_t Sway::windowCount() const {
+    return windowsBelow(nlohmann::json::parse(ask(message::getTree, "")));
 }
 
 std::optional<std::vector<std::uint16_t>> Sway::table(const std::string& output) const {

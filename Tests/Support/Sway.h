@@ -17,8 +17,9 @@ namespace nocta::test {
 /// WAYLAND_DISPLAY names it, and DISPLAY nothing.
 class Sway {
   public:
-    /// With gamma tables of so many entries a channel. Throws where it does not start.
-    explicit Sway(std::size_t gammaSize = 1024);
+    /// With gamma tables of so many entries a channel; with nothing, as a compositor that lets no client change
+    /// colours. Throws where it does not start.
+    explicit Sway(std::optional<std::size_t> gammaSize = 1024);
     Sway(const Sway&) = delete;
     Sway& operator=(const Sway&) = delete;
     ~Sway();
@@ -39,6 +40,9 @@ class Sway {
     [[nodiscard]] std::string plug() const;
     /// Pulls out the one that was plugged in last.
     void unplug() const;
+
+    /// How many windows of programs there are, on all workspaces.
+    [[nodiscard]] std::size_t windowCount() const;
 
     /// The table that an output shows: all of red, then green, then blue; nothing while it shows its own.
     [[nodiscard]] std::optional<std::vector<std::uint16_t>> table(const std::string& output) const;

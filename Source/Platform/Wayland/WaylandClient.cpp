@@ -145,6 +145,23 @@ std::optional<std::string> WaylandClient::serverName() {
     return "wayland-" + name;
 }
 
+std::optional<std::set<std::string>> WaylandClient::offeredInterfaces() {
+    const std::unique_ptr<wl_display, void (*)(wl_display*)> server(connect(), &wl_display_disconnect);
+    if (!server) {
+        return std::nullopt;
+    }
+    std::set<std::string> names;
+    static const wl_registry_listener listener{
+        .global = [](void* found, wl_registry*, std::uint32_t, const char* interface,
+                     std::uint32_t) { static_cast<std::set<std::string>*>(found)->insert(interface); },
+        .global_remove = [](void*, wl_registry*, std::uint32_t) {}};
+    auto* const registry = wl_display_get_registry(server.get());
+    wl_registry_add_listener(registry, &listener, &names);
+    const bool hasAnswered = wl_display_roundtrip(server.get()) >= 0;
+    wl_registry_destroy(registry);
+    return hasAnswered ? std::optional(std::move(names)) : std::nullopt;
+}
+
 void WaylandClient::serve() {
     if (receive()) {
         send();

@@ -7,6 +7,7 @@
 #include <list>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -59,6 +60,8 @@ class WaylandClient {
 
     /// A name of the compositor that WAYLAND_DISPLAY names, fit for a file name; nothing where it names none.
     [[nodiscard]] static std::optional<std::string> serverName();
+    /// The names of all that it offers; nothing where no compositor answers. Waits for it, and needs no run loop.
+    [[nodiscard]] static std::optional<std::set<std::string>> offeredInterfaces();
 
   private:
     struct Question {

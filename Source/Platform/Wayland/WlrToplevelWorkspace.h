@@ -1,0 +1,96 @@
+#pragma once
+
+#include "Platform/DesktopFiles/DesktopFileIndex.h"
+#include "Platform/RunLoop.h"
+#include "Platform/Wayland/WaylandClient.h"
+#include "Platform/Workspace.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct zwlr_foreign_toplevel_handle_v1;
+struct zwlr_foreign_toplevel_handle_v1_listener;
+struct zwlr_foreign_toplevel_manager_v1;
+struct zwlr_foreign_toplevel_manager_v1_listener;
+
+namespace nocta {
+
+/// The application of the window that a Wayland compositor calls the activated one (wlr-foreign-toplevel-management).
+/// It is the one whose desktop file bears the window's application id, or names it as the class of its windows; else
+/// that id in lower case.
+///
+/// While nobody observes, nothing wakes it. Desktop files are read a few at a time.
+class WlrToplevelWorkspace final : public Workspace {
+  public:
+    /// Connects to the compositor that WAYLAND_DISPLAY names. `loop` outlives it.
+    explicit WlrToplevelWorkspace(
+        RunLoop& loop, std::vector<std::filesystem::path> desktopFileFolders = DesktopFileIndex::userFolders());
+    ~WlrToplevelWorkspace() override;
+
+    [[nodiscard]] bool isAvailable() const override { return manager.has_value(); }
+    /// Waits for the compositor when it is the first one: an application that comes to the front afterwards is
+    /// reported.
+    [[nodiscard]] std::unique_ptr<WorkspaceObserver> addActivationObserver(ActivationHandler handler) override;
+    [[nodiscard]] std::optional<RunningApplication> frontmostApplication() const override { return front; }
+
+  private:
+    /// Empty once the observation has ended.
+    using Observation = ActivationHandler;
+    class Observer;
+
+    /// What the compositor says of a window is in force with its next "done".
+    struct Toplevel {
+        struct State {
+            std::string applicationId;
+            bool isActivated = false;
+
+            bool operator==(const State&) const = default;
+        };
+
+        WlrToplevelWorkspace* workspace;
+        zwlr_foreign_toplevel_handle_v1* handle;
+        State announced;
+        State inForce;
+    };
+    struct Global {
+        std::uint32_t name;
+        std::uint32_t version;
+    };
+
+    static const zwlr_foreign_toplevel_manager_v1_listener managerListener;
+    static const zwlr_foreign_toplevel_handle_v1_listener toplevelListener;
+
+    void begin();
+    void stop();
+    void end(const std::shared_ptr<Observation>& observation);
+    void done(Toplevel& toplevel);
+    void close(Toplevel& toplevel);
+
+    /// Finds out whose application id that is, after what is being found out now.
+    void cameToFront(const std::string& applicationId);
+    /// Reads on until the desktop files are known, then names the application.
+    void search();
+    void finish();
+
+    RunLoop& loop;
+    DesktopFileIndex desktopFiles;
+    std::vector<std::shared_ptr<Observation>> observations;
+    std::optional<RunningApplication> front;
+    WaylandClient client;
+    std::optional<Global> manager;
+    zwlr_foreign_toplevel_manager_v1* bound = nullptr; ///< while somebody observes
+    std::list<Toplevel> toplevels;
+    bool isBeginning = false;            ///< what is in front now is no change
+    std::optional<std::string> searched; ///< an application id
+    bool isFirstSearch = false;          ///< of an observation
+    std::optional<std::string> searchedNext;
+    std::unique_ptr<Timer> nextFiles;
+};
+
+} // namespace nocta

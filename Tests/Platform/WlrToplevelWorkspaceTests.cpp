@@ -1,0 +1,186 @@
+#include "Platform/Wayland/WlrToplevelWorkspace.h"
+
+#include "CountingRunLoop.h"
+#include "QtLoop.h"
+#include "Support/Process.h"
+#include "Support/Sway.h"
+#include "Support/TemporaryFolder.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+namespace nocta {
+namespace {
+
+using test::Process;
+
+class WlrToplevelWorkspaceTest : public testing::Test {
+  protected:
+    WlrToplevelWorkspaceTest() { std::filesystem::create_directories(desktopFiles()); }
+
+    ~WlrToplevelWorkspaceTest() override {
+        observer.reset();
+        programs.clear(); // before their compositor
+    }
+
+    [[nodiscard]] std::filesystem::path desktopFiles() const { return home.path() / "applications"; }
+
+    void install(const std::string& id, const std::string& content = "") const {
+        std::ofstream(desktopFiles() / (id + ".desktop")) << "[Desktop Entry]\nType=Application\nName=Some\nExec=some\n"
+                                                          << content;
+    }
+
+    void observe() {
+        observer = workspace.addActivationObserver([this](const auto& reported) { reports.push_back(reported); });
+    }
+
+    /// A program whose window has this application id. A new window has the keyboard.
+    Process& open(const std::string& id) {
+        return *programs.emplace_back(std::make_unique<Process>(
+            std::vector<std::string>{"foot", "--app-id=" + id, "sleep", "100"},
+            Process::Environment{{"HOME", home.path()}, {"XDG_CONFIG_HOME", home.path() / "config"}}));
+    }
+
+    void focus(const std::string& id) const { sway.command("[app_id=\"^" + id + "$\"] focus"); }
+
+    /// Whether exactly these were reported since the last call, in this order.
+    [[nodiscard]] bool reported(const std::vector<std::string>& ids) {
+        loop.runUntil([&] { return reports.size() >= ids.size(); });
+        std::vector<std::string> actual;
+        for (const auto& report : std::exchange(reports, {})) {
+            actual.push_back(report.bundleIdentifier.value_or("(none)"));
+        }
+        EXPECT_EQ(actual, ids);
+        return actual == ids;
+    }
+
+    test::Sway sway;
+    test::QtLoop loop;
+    test::CountingRunLoop runLoop;
+    test::TemporaryFolder home;
+    WlrToplevelWorkspace workspace{runLoop, {desktopFiles()}};
+    std::vector<std::unique_ptr<Process>> programs;
+    std::vector<RunningApplication> reports;
+    std::unique_ptr<WorkspaceObserver> observer;
+};
+
+TEST_F(WlrToplevelWorkspaceTest, ReportsTheApplicationOfTheWindowThatGetsTheKeyboard) {
+    ASSERT_TRUE(workspace.isAvailable());
+    observe();
+    EXPECT_EQ(workspace.frontmostApplication(), std::nullopt);
+    open("org.example.one");
+    EXPECT_TRUE(reported({"org.example.one"}));
+    open("org.example.two");
+    EXPECT_TRUE(reported({"org.example.two"}));
+    focus("org.example.one");
+    EXPECT_TRUE(reported({"org.example.one"}));
+    EXPECT_EQ(workspace.frontmostApplication(), (RunningApplication{.bundleIdentifier = "org.example.one"}));
+}
+
+TEST_F(WlrToplevelWorkspaceTest, NamesTheDesktopFileThatBearsTheIdOrSpeaksOfIt) {
+    install("org.example.Editor");
+    install("org.example.Player", "StartupWMClass=player\n");
+    observe();
+    open("org.example.editor");
+    EXPECT_TRUE(reported({"org.example.Editor"}));
+    open("Player");
+    EXPECT_TRUE(reported({"org.example.Player"}));
+    open("Some-Thing");
+    EXPECT_TRUE(reported({"some-thing"}));
+}
+
+TEST_F(WlrToplevelWorkspaceTest, TheApplicationThatIsThereAtFirstIsKnownAndNotReported) {
+    open("org.example.one");
+    ASSERT_TRUE(loop.runUntil([this] { return sway.windowCount() == 1; }));
+    observe();
+    EXPECT_TRUE(loop.runUntil([this] { return workspace.frontmostApplication().has_value(); }));
+    EXPECT_TRUE(reports.empty());
+    open("org.example.two");
+    EXPECT_TRUE(reported({"org.example.two"}));
+}
+
+TEST_F(WlrToplevelWorkspaceTest, WithoutAWindowInFrontTheLastApplicationStays) {
+    observe();
+    auto& one = open("org.example.one");
+    ASSERT_TRUE(reported({"org.example.one"}));
+    sway.command("workspace 5");
+    loop.runFor(std::chrono::milliseconds(100));
+    EXPECT_TRUE(reports.empty());
+    sway.command("workspace 1");
+    loop.runFor(std::chrono::milliseconds(100));
+    EXPECT_TRUE(reports.empty()) << "the same one";
+    one.signal(SIGTERM);
+    one.waitForEnd();
+    loop.runFor(std::chrono::milliseconds(100));
+    EXPECT_EQ(workspace.frontmostApplication(), (RunningApplication{.bundleIdentifier = "org.example.one"}));
+    open("org.example.two");
+    EXPECT_TRUE(reported({"org.example.two"}));
+}
+
+TEST_F(WlrToplevelWorkspaceTest, AnotherWindowOfTheSameApplicationIsNoChange) {
+    observe();
+    open("org.example.one");
+    ASSERT_TRUE(reported({"org.example.one"}));
+    open("org.example.one");
+    ASSERT_TRUE(loop.runUntil([this] { return sway.windowCount() == 2; }));
+    open("org.example.two");
+    EXPECT_TRUE(reported({"org.example.two"}));
+}
+
+TEST_F(WlrToplevelWorkspaceTest, WhileNobodyObservesNothingWakesIt) {
+    observe();
+    open("org.example.one");
+    ASSERT_TRUE(reported({"org.example.one"}));
+    observer.reset();
+    loop.runFor(std::chrono::milliseconds(100));
+    const auto before = runLoop.wakeUps();
+    open("org.example.two");
+    ASSERT_TRUE(loop.runUntil([this] { return sway.windowCount() == 2; }));
+    loop.runFor(std::chrono::milliseconds(50));
+    EXPECT_EQ(runLoop.wakeUps(), before);
+    observe();
+    EXPECT_TRUE(loop.runUntil([this] {
+        return workspace.frontmostApplication() == RunningApplication{.bundleIdentifier = "org.example.two"};
+    }));
+    EXPECT_TRUE(reports.empty());
+}
+
+TEST_F(WlrToplevelWorkspaceTest, AnObserverMayEndItselfInItsOwnHandler) {
+    int count = 0;
+    observer = workspace.addActivationObserver([&](const auto&) {
+        ++count;
+        observer.reset();
+    });
+    open("org.example.one");
+    EXPECT_TRUE(loop.runUntil([&] { return count == 1; }));
+    open("org.example.two");
+    ASSERT_TRUE(loop.runUntil([this] { return sway.windowCount() == 2; }));
+    loop.runFor(std::chrono::milliseconds(50));
+    EXPECT_EQ(count, 1);
+}
+
+TEST_F(WlrToplevelWorkspaceTest, IsHarmlessWithoutItsCompositor) {
+    observe();
+    sway.kill();
+    loop.runFor(std::chrono::milliseconds(50));
+    observer.reset();
+    observe();
+    EXPECT_TRUE(reports.empty());
+}
+
+TEST(WlrToplevelWorkspaceWithoutCompositor, IsNotAvailable) {
+    unsetenv("WAYLAND_DISPLAY");
+    test::QtLoop loop;
+    QtRunLoop runLoop;
+    WlrToplevelWorkspace workspace(runLoop);
+    EXPECT_FALSE(workspace.isAvailable());
+    EXPECT_NE(workspace.addActivationObserver([](const auto&) {}), nullptr);
+    EXPECT_EQ(workspace.frontmostApplication(), std::nullopt);
+}
+
+} // namespace
+} // namespace nocta

@@ -1,0 +1,177 @@
+// The whole program in a Wayland session.
+
+#include "WaylandDesktop.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <random>
+#include <thread>
+
+namespace nocta::test {
+namespace {
+
+const Tint dusk = warmTint(3400, 0.8);
+const Tint evening = warmTint(2700, 0.7);
+const Tint neutral = warmTint(6500, 1.0);
+
+constexpr Ending cleanExit{.exitStatus = 0};
+constexpr Ending failedStart{.exitStatus = 1};
+
+TEST_F(WaylandDesktop, LaunchPutsTheSavedPresetOnEveryDisplay) {
+    writeSettings("[General]\nactivePresetID=dusk\n");
+    const auto nocta = startNocta();
+    EXPECT_TRUE(everyDisplayBecomes(dusk)) << nocta->errors();
+    EXPECT_TRUE(nocta->children("nocta-guard").empty()) << "the compositor is the guard here";
+}
+
+TEST_F(WaylandDesktop, WithTheFilterOffLaunchLoadsNothing) {
+    writeSettings("[General]\nactivePresetID=dusk\nfilterEnabled=false\n");
+    const auto nocta = startDrivenNocta();
+    // What it saves shows that it has launched.
+    nocta->write("interval 30\n");
+    ASSERT_TRUE(eventually([this] { return settings().find("breakIntervalMinutes=30\n") != std::string::npos; }));
+    EXPECT_TRUE(everyDisplayShows(std::nullopt));
+    nocta->write("filter on\n");
+    EXPECT_TRUE(everyDisplayBecomes(dusk));
+}
+
+class WaylandDesktopEndedBy : public WaylandDesktop, public testing::WithParamInterface<int> {};
+
+TEST_P(WaylandDesktopEndedBy, GivesTheDisplaysTheirOwnBackAndExitsCleanly) {
+    writeSettings("[General]\nactivePresetID=dusk\n");
+    const auto nocta = startNocta();
+    ASSERT_TRUE(everyDisplayBecomes(dusk));
+    nocta->signal(GetParam());
+    EXPECT_EQ(nocta->waitForEnd(), cleanExit);
+    EXPECT_TRUE(everyDisplayBecomes(std::nullopt));
+    EXPECT_EQ(nocta->errors(), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, WaylandDesktopEndedBy, testing::Values(SIGTERM, SIGINT, SIGHUP));
+
+TEST_F(WaylandDesktop, FadesAndGivesItsOwnBackOnQuit) {
+    const auto nocta = startDrivenNocta();
+    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    nocta->write("preset evening\n");
+    EXPECT_TRUE(everyDisplayBecomes(evening));
+    nocta->write("reset\n");
+    EXPECT_TRUE(everyDisplayBecomes(std::nullopt));
+    nocta->write("apply 3400 0.8 0\n");
+    EXPECT_TRUE(everyDisplayBecomes(dusk));
+    nocta->write("quit\n");
+    EXPECT_EQ(nocta->waitForEnd(), cleanExit);
+    EXPECT_TRUE(everyDisplayBecomes(std::nullopt));
+}
+
+TEST_F(WaylandDesktop, ADisplayPluggedInGetsTheFilter) {
+    writeSettings("[General]\nactivePresetID=dusk\n");
+    const auto nocta = startNocta();
+    ASSERT_TRUE(everyDisplayBecomes(dusk));
+    const auto plugged = sway.plug();
+    EXPECT_TRUE(everyDisplayBecomes(dusk));
+    EXPECT_TRUE(sway.table(plugged).has_value());
+    sway.unplug();
+    nocta->signal(SIGTERM);
+    EXPECT_EQ(nocta->waitForEnd(), cleanExit);
+    EXPECT_TRUE(everyDisplayBecomes(std::nullopt));
+}
+
+TEST_F(WaylandDesktop, WithoutGammaTablesItRunsOnAndServesThemWhenTheyCome) {
+    sway.setGammaSize(0);
+    writeSettings("[General]\nactivePresetID=dusk\n");
+    const auto nocta = startDrivenNocta();
+    nocta->write("interval 30\n");
+    ASSERT_TRUE(eventually([this] { return settings().find("breakIntervalMinutes=30\n") != std::string::npos; }));
+    EXPECT_TRUE(everyDisplayShows(std::nullopt));
+    sway.setGammaSize(1024);
+    EXPECT_TRUE(everyDisplayBecomes(dusk));
+}
+
+class WaylandDesktopWithoutGammaControl : public WaylandDesktop {
+  protected:
+    WaylandDesktopWithoutGammaControl() : WaylandDesktop(std::nullopt) {}
+};
+
+TEST_F(WaylandDesktopWithoutGammaControl, EverythingButTheFilterRuns) {
+    writeSettings("[General]\nactivePresetID=dusk\n");
+    const auto nocta = startDrivenNocta();
+    nocta->write("preset evening\n");
+    ASSERT_TRUE(eventually([this] { return settings().find("activePresetID=evening\n") != std::string::npos; }))
+        << nocta->errors();
+    EXPECT_TRUE(everyDisplayShows(std::nullopt));
+    nocta->signal(SIGTERM);
+    EXPECT_EQ(nocta->waitForEnd(), cleanExit);
+    EXPECT_EQ(nocta->errors(), "");
+}
+
+TEST_F(WaylandDesktop, AStaleXServerDoesNotConfuseIt) {
+    setenv("DISPLAY", ":4095", 1);
+    const auto nocta = startNocta();
+    EXPECT_TRUE(everyDisplayBecomes(neutral)) << nocta->errors();
+    unsetenv("DISPLAY");
+}
+
+TEST_F(WaylandDesktop, EndsWithAnErrorWhenTheCompositorGoesAway) {
+    const auto nocta = startNocta();
+    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    sway.kill();
+    EXPECT_EQ(nocta->waitForEnd(), failedStart);
+    EXPECT_EQ(nocta->errors(), "nocta: the display server went away\n");
+}
+
+TEST_F(WaylandDesktop, WithTheFilterOffItEndsTheSameWay) {
+    writeSettings("[General]\nfilterEnabled=false\n");
+    const auto nocta = startDrivenNocta();
+    nocta->write("interval 30\n");
+    ASSERT_TRUE(eventually([this] { return settings().find("breakIntervalMinutes=30\n") != std::string::npos; }));
+    sway.kill();
+    EXPECT_EQ(nocta->waitForEnd(), failedStart);
+    EXPECT_EQ(nocta->errors(), "nocta: the display server went away\n");
+}
+
+TEST_F(WaylandDesktop, WithoutACompositorItSaysSoInOneLine) {
+    auto changed = environment();
+    changed.emplace_back("WAYLAND_DISPLAY", "/nonexistent/wayland-1");
+    Process nocta({programFolder() / "nocta"}, changed);
+    EXPECT_EQ(nocta.waitForEnd(), failedStart);
+    EXPECT_EQ(std::ranges::count(nocta.errors(), '\n'), 1) << nocta.errors();
+    EXPECT_TRUE(nocta.errors().starts_with("nocta: ")) << nocta.errors();
+}
+
+TEST_F(WaylandDesktop, WithoutABusASecondLaunchOnTheSameCompositorIsRefused) {
+    auto alone = environment();
+    alone.emplace_back("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    Process first({programFolder() / "nocta"}, alone);
+    ASSERT_TRUE(everyDisplayBecomes(neutral)) << first.errors();
+    Process second({programFolder() / "nocta"}, alone);
+    EXPECT_EQ(second.waitForEnd(), failedStart);
+    EXPECT_EQ(second.errors(), "nocta: another Nocta is running on this display server\n");
+    EXPECT_TRUE(first.isRunning());
+}
+
+int killCount() {
+    const char* wanted = std::getenv("NOCTA_TEST_KILLS");
+    return wanted != nullptr ? std::atoi(wanted) : 25;
+}
+
+TEST_F(WaylandDesktop, NoRandomKillLeavesATint) {
+    const auto seed = std::random_device()();
+    std::minstd_rand random(seed);
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    for (int i = 0; i < killCount(); ++i) {
+        const auto nocta = startDrivenNocta();
+        nocta->write("restless " + std::to_string(random()) + "\n");
+        // Every other one is killed while it still starts.
+        if (i % 2 == 0) {
+            ASSERT_TRUE(eventually([this] { return !everyDisplayShows(std::nullopt); }))
+                << "start " << i << ": " << nocta->errors();
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 60000));
+        nocta->signal(SIGKILL);
+        nocta->waitForEnd();
+        ASSERT_TRUE(everyDisplayBecomes(std::nullopt)) << "kill " << i;
+    }
+}
+
+} // namespace
+} // namespace nocta::test

@@ -1,0 +1,171 @@
+#include "Support/NotificationDaemon.h"
+#include "Support/WaylandPointer.h"
+#include "WaylandDesktop.h"
+
+#include <csignal>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+namespace nocta::test {
+namespace {
+
+const Tint neutral = warmTint(6500, 1.0);
+const Tint dusk = warmTint(3400, 0.8);
+const Tint evening = warmTint(2700, 0.7);
+
+/// Logical pixels.
+struct Point {
+    int x = 0;
+    int y = 0;
+};
+
+/// A person at a Wayland desktop, which they use with mouse and keyboard alone.
+class PersonsWaylandDay : public WaylandDesktop {
+  protected:
+    /// The popover's window on the screen that has the keyboard: the body of 340 x 560 is 8 from the right edge and, by
+    /// gap and arrow, 1 + 9 from the upper one, 22 within the window.
+    static constexpr Point popoverWindow{.x = 1280 - 8 - 340 - 22, .y = 1 + 9 - 22};
+    static constexpr Point desktop{.x = 100, .y = 700};
+    static constexpr Point secondDesktop{.x = 1280 + 100, .y = 700};
+
+    PersonsWaylandDay() { sway.command("focus output HEADLESS-1"); }
+
+    /// Starts Nocta and waits for the popover that greets them.
+    void launch() {
+        nocta = startDrivenNocta();
+        ASSERT_TRUE(popoverOpens()) << nocta->errors();
+    }
+
+    /// Where in its window what bears that name is; nothing while no window shows it.
+    std::optional<Point> place(const std::string& name) {
+        const auto before = nocta->errors().size();
+        nocta->write("where " + name + "\n");
+        std::string answer;
+        if (!eventually([&] {
+                answer = nocta->errors().substr(before);
+                return answer.find('\n') != std::string::npos;
+            })) {
+            throw std::runtime_error("Nocta does not say where " + name + " is");
+        }
+        std::istringstream words(answer);
+        Point point;
+        return words >> point.x >> point.y ? std::optional(point) : std::nullopt;
+    }
+    [[nodiscard]] bool appears(const std::string& name) {
+        return eventually([&] { return place(name).has_value(); });
+    }
+    [[nodiscard]] bool disappears(const std::string& name) {
+        return eventually([&] { return !place(name); });
+    }
+    [[nodiscard]] bool popoverOpens() { return appears("Quit Nocta"); }
+    [[nodiscard]] bool popoverCloses() { return disappears("Quit Nocta"); }
+
+    void click(const Point& point) {
+        pointer.move(static_cast<std::uint32_t>(point.x), static_cast<std::uint32_t>(point.y), 2560, 800);
+        pointer.click();
+    }
+    /// Clicks that until something comes of it: a window that has just appeared is not on the screen yet.
+    template <class Condition>
+    [[nodiscard]] bool clickUntil(const Point& point, Condition condition) {
+        return eventually([&] {
+            click(point);
+            return eventually(condition, std::chrono::milliseconds(500));
+        });
+    }
+    /// The same for what bears that name in the popover.
+    template <class Condition>
+    [[nodiscard]] bool clickUntil(const std::string& name, Condition condition) {
+        std::optional<Point> point;
+        return eventually([&] { return (point = place(name)).has_value(); }) &&
+               clickUntil(Point{.x = popoverWindow.x + point->x, .y = popoverWindow.y + point->y}, condition);
+    }
+    /// A keyboard is plugged in for it: who has the keyboard learns of that first.
+    void press(const std::string& key) {
+        Process typing({"wtype", "-s", "100", "-k", key, "-s", "50"}, environment());
+        ASSERT_EQ(typing.waitForEnd(), Ending{.exitStatus = 0}) << typing.errors();
+    }
+    [[nodiscard]] bool escapeClosesThePopover() {
+        return eventually([this] {
+            press("Escape");
+            return !place("Quit Nocta");
+        });
+    }
+
+    /// A window of another program, on the screen that has the keyboard.
+    [[nodiscard]] std::unique_ptr<Process> openWindow(const std::string& applicationId, const std::string& script) {
+        const auto before = sway.windowCount();
+        auto window = std::make_unique<Process>(
+            std::vector<std::string>{"foot", "--app-id=" + applicationId, "sh", "-c", script}, environment());
+        EXPECT_TRUE(eventually([&] { return sway.windowCount() > before; })) << window->errors();
+        return window;
+    }
+
+    [[nodiscard]] bool settingsHave(const std::string& line) const {
+        return settings().find("\n" + line + "\n") != std::string::npos;
+    }
+
+    WaylandPointer pointer;
+    std::unique_ptr<Process> nocta;
+};
+
+TEST_F(PersonsWaylandDay, TheFirstLaunchGreetsAndQuitGivesTheScreenBack) {
+    launch();
+    EXPECT_TRUE(everyDisplayBecomes(neutral));
+    EXPECT_TRUE(place("Natural, 6500K")) << "the presets";
+    EXPECT_FALSE(std::filesystem::exists(settingsFile())) << "nothing was changed yet";
+    EXPECT_TRUE(clickUntil("Quit Nocta", [this] { return !nocta->isRunning(); }));
+    EXPECT_EQ(nocta->waitForEnd(), Ending{.exitStatus = 0});
+    EXPECT_TRUE(everyDisplayBecomes(std::nullopt));
+}
+
+TEST_F(PersonsWaylandDay, APresetIsPicked) {
+    launch();
+    EXPECT_TRUE(clickUntil("Dusk, 3400K", [this] { return settingsHave("activePresetID=dusk"); }));
+    EXPECT_TRUE(everyDisplayBecomes(dusk));
+    EXPECT_TRUE(place("Quit Nocta")) << "a click inside does not close";
+}
+
+TEST_F(PersonsWaylandDay, AClickElsewhereClosesThePopoverOnWhicheverScreen) {
+    launch();
+    EXPECT_TRUE(clickUntil(desktop, [this] { return !place("Quit Nocta"); }));
+    for (const auto& elsewhere : {secondDesktop, desktop}) {
+        EXPECT_EQ(startNocta()->waitForEnd(), Ending{.exitStatus = 0}) << "a second launch opens it";
+        ASSERT_TRUE(popoverOpens());
+        EXPECT_TRUE(clickUntil(elsewhere, [this] { return !place("Quit Nocta"); })) << elsewhere.x;
+    }
+}
+
+TEST_F(PersonsWaylandDay, EscapeClosesThePopoverAndTheWindowBelowHasTheKeyboardAgain) {
+    const auto note = home.path() / "note";
+    const auto editor = openWindow("org.example.editor", "read line; echo $line >" + note.string() + "; sleep 100");
+    launch();
+    EXPECT_TRUE(escapeClosesThePopover());
+    press("y");
+    press("Return");
+    EXPECT_TRUE(eventually([&] {
+        std::ifstream file(note);
+        std::string line;
+        return std::getline(file, line) && line.ends_with("y");
+    }));
+}
+
+TEST_F(PersonsWaylandDay, AnApplicationInFrontHasItsPreset) {
+    writeSettings("[General]\nactivePresetID=dusk\n"
+                  "appProfiles=\"@ByteArray({\\\"org.example.film\\\":\\\"evening\\\"})\"\n");
+    launch();
+    ASSERT_TRUE(escapeClosesThePopover());
+    ASSERT_TRUE(everyDisplayBecomes(dusk));
+    const auto film = openWindow("org.example.film", "sleep 100");
+    EXPECT_TRUE(everyDisplayBecomes(evening));
+    const auto other = openWindow("org.example.other", "sleep 100");
+    EXPECT_TRUE(everyDisplayBecomes(dusk));
+    sway.command("[app_id=org.example.film] focus");
+    EXPECT_TRUE(everyDisplayBecomes(evening));
+}
+
+} // namespace
+} // namespace nocta::test
