@@ -103,6 +103,7 @@ XServer::XServer() {
     }
     name = ":" + number;
     setenv("DISPLAY", name.c_str(), 1);
+    unsetenv("WAYLAND_DISPLAY"); // of the session that the tests run in
 }
 
 XServer::~XServer() {

@@ -9,7 +9,7 @@
 namespace nocta::test {
 
 /// A private Xorg with the dummy driver: real CRTCs (16 of them), real RandR, gamma ramps of 256 entries, nothing to
-/// look at. While it lives, this process's DISPLAY names it.
+/// look at. While it lives, this process's DISPLAY names it, and WAYLAND_DISPLAY nothing.
 class XServer {
   public:
     /// Throws where it does not start.
