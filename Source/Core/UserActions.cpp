@@ -30,13 +30,13 @@ void setTimeOfDay(Setting<Instant>& setting, int hour, int minute) {
     auto date = platform.calendar->components(setting.get());
     if (!date) {
         date = platform.calendar->components(platform.clock->now());
-    }
-    if (!date) {
-        return;
+        if (!date) {
+            return;
+        }
+        date->second = 0;
     }
     date->hour = hour;
     date->minute = minute;
-    date->second = 0;
     // Where summer time begins, a date lacks some of its times; the next one has them.
     for (const std::int64_t day : {date->day, date->day + 1}) {
         date->day = day;

@@ -29,7 +29,9 @@ void setFilterEnabled(bool enabled);
 void setScheduleEnabled(bool enabled);
 /// On: one location is asked for.
 void setScheduleUsesLocation(bool usesLocation);
-/// Local time of day, on the date that the setting has. The schedule finds out by itself.
+/// Local time of day, hour 0 to 23 and minute 0 to 59. Date and second of the setting stay; only where that date lacks
+/// the time, in the hour that summer time skips, it is the next one's, and where no calendar knows the date, today's.
+/// Without a calendar nothing changes. The schedule finds out by itself.
 void setManualSunrise(int hour, int minute);
 void setManualSunset(int hour, int minute);
 

@@ -174,6 +174,12 @@ TEST_F(UserActions, ATimeOfDayKeepsTheSettingsDate) {
     EXPECT_EQ(dateOf(state().manualSunset.get()), (DateComponents{date.year, date.month, date.day, 23, 59, 0}));
 }
 
+TEST_F(UserActions, ATimeOfDayKeepsItsSeconds) {
+    state().manualSunrise = Instant(Seconds(86400.0 * 365 + 61)); // 1971-01-01 00:01:01
+    userActions::setManualSunrise(7, 8);
+    EXPECT_EQ(state().manualSunrise.get(), Instant(Seconds(86400.0 * 365 + 7 * 3600 + 8 * 60 + 1)));
+}
+
 TEST_F(UserActions, ATimeOfDayBeyondEveryCalendarTakesTodaysDate) {
     platform.calendar.offset = Seconds(3600);
     state().manualSunset = Instant(Seconds(1e300));

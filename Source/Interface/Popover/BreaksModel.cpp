@@ -3,6 +3,7 @@
 #include "Core/AppState.h"
 #include "Core/BreakEngine.h"
 #include "Core/CheckedArithmetic.h"
+#include "Core/UserActions.h"
 #include "Platform/Platform.h"
 
 #include <algorithm>
@@ -33,12 +34,6 @@ int indexOf(std::span<const std::int64_t> values, std::int64_t value) {
     return found == values.end() ? -1 : static_cast<int>(found - values.begin());
 }
 
-/// Whether the choice is another value than before.
-bool choose(Property<std::int64_t>& setting, std::span<const std::int64_t> values, int index) {
-    const auto value = values[static_cast<std::size_t>(index)];
-    return setting.get() != value && (setting = value, true);
-}
-
 } // namespace
 
 BreaksModel::BreaksModel() {
@@ -56,16 +51,7 @@ bool BreaksModel::breaksEnabled() {
 }
 
 void BreaksModel::setBreaksEnabled(bool enabled) {
-    auto& setting = AppState::shared().breaksEnabled;
-    if (setting.get() == enabled) {
-        return;
-    }
-    setting = enabled;
-    if (enabled) {
-        BreakEngine::shared().start();
-    } else {
-        BreakEngine::shared().stop();
-    }
+    userActions::setBreaksEnabled(enabled);
     updateCountdown();
 }
 
@@ -78,10 +64,8 @@ int BreaksModel::intervalIndex() {
 }
 
 void BreaksModel::setIntervalIndex(int index) {
-    if (choose(AppState::shared().breakIntervalMinutes, intervals, index)) {
-        BreakEngine::shared().restartTimer();
-        updateCountdown();
-    }
+    userActions::setBreakIntervalMinutes(intervals.at(static_cast<std::size_t>(index)));
+    updateCountdown();
 }
 
 QList<QString> BreaksModel::durationLabels() {
@@ -93,7 +77,7 @@ int BreaksModel::durationIndex() {
 }
 
 void BreaksModel::setDurationIndex(int index) {
-    choose(AppState::shared().breakDurationSeconds, durations, index);
+    userActions::setBreakDurationSeconds(durations.at(static_cast<std::size_t>(index)));
 }
 
 qreal BreaksModel::progress() const {

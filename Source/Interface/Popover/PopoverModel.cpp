@@ -1,11 +1,9 @@
 #include "Interface/Popover/PopoverModel.h"
 
 #include "Core/AppState.h"
-#include "Core/FilterEngine.h"
+#include "Core/UserActions.h"
 #include "Interface/Bands.h"
 #include "Interface/Theme.h"
-#include "Platform/Application.h"
-#include "Platform/Platform.h"
 
 #include <memory>
 #include <string_view>
@@ -53,7 +51,7 @@ bool PopoverModel::filterEnabled() {
 }
 
 void PopoverModel::setFilterEnabled(bool enabled) {
-    AppState::shared().filterEnabled = enabled;
+    userActions::setFilterEnabled(enabled);
 }
 
 QString PopoverModel::title() {
@@ -117,8 +115,7 @@ void PopoverModel::setShown(bool isShown) {
 }
 
 void PopoverModel::quit() {
-    FilterEngine::shared().resetAllDisplays();
-    Platform::current().application->terminate();
+    userActions::quit();
 }
 
 } // namespace nocta

@@ -3,8 +3,8 @@
 #include "Core/AppState.h"
 #include "Core/CheckedArithmetic.h"
 #include "Core/ColorTemperature.h"
-#include "Core/FilterEngine.h"
 #include "Core/Preset.h"
+#include "Core/UserActions.h"
 #include "Interface/Bands.h"
 #include "Interface/Theme.h"
 
@@ -15,8 +15,6 @@ namespace nocta {
 
 namespace {
 
-/// Names no preset: the custom values are in force.
-constexpr const char* customID = "custom";
 constexpr int whiteSteps = 4;
 
 template <class Result, class Describe>
@@ -76,13 +74,7 @@ int PresetsModel::activeIndex() {
 }
 
 void PresetsModel::pick(int index) {
-    auto& state = AppState::shared();
-    if (!state.filterEnabled.get()) {
-        return;
-    }
-    const auto& preset = Preset::builtIn.at(static_cast<std::size_t>(index));
-    state.activePresetID = preset.id;
-    FilterEngine::shared().apply(preset.colorTemp, preset.brightness, preset.transitionSecs);
+    userActions::choosePreset(Preset::builtIn.at(static_cast<std::size_t>(index)));
 }
 
 qreal PresetsModel::customTemp() {
@@ -90,14 +82,10 @@ qreal PresetsModel::customTemp() {
 }
 
 void PresetsModel::setCustomTemp(qreal kelvin) {
-    auto& state = AppState::shared();
     const auto temp = checkedInteger(kelvin);
-    if (temp == state.customTemp.get()) {
-        return;
+    if (temp != AppState::shared().customTemp.get()) {
+        userActions::setCustomTemp(temp);
     }
-    state.customTemp = temp;
-    state.activePresetID = customID;
-    FilterEngine::shared().applyInteractive(temp, state.customBrightness.get());
 }
 
 QString PresetsModel::customTempText() {
@@ -119,13 +107,10 @@ qreal PresetsModel::customBrightness() {
 }
 
 void PresetsModel::setCustomBrightness(qreal factor) {
-    auto& state = AppState::shared();
     const double brightness = asShown(factor);
-    if (brightness == state.customBrightness.get()) {
-        return;
+    if (brightness != AppState::shared().customBrightness.get()) {
+        userActions::setCustomBrightness(brightness);
     }
-    state.customBrightness = brightness;
-    FilterEngine::shared().applyInteractive(state.effectiveTemp(), brightness);
 }
 
 QString PresetsModel::customBrightnessText() {

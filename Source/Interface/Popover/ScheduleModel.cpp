@@ -1,22 +1,17 @@
 #include "Interface/Popover/ScheduleModel.h"
 
 #include "Core/AppState.h"
-#include "Core/CircadianScheduler.h"
-#include "Core/FilterEngine.h"
+#include "Core/UserActions.h"
 #include "Platform/Clock.h"
 #include "Platform/Platform.h"
 
 #include <array>
-#include <optional>
 
 #include <QTime>
 
 namespace nocta {
 
 namespace {
-
-/// Of the fade back to the preset that is selected.
-constexpr double fadeBackSecs = 4.0;
 
 struct Segment {
     const char* label;
@@ -46,20 +41,6 @@ int hourOf(Instant instant) {
 
 int minuteOf(Instant instant) {
     return static_cast<int>(shownComponents(instant).minute);
-}
-
-/// The instant of that date and time; nothing where the date has no such time.
-std::optional<Instant> instantAt(const std::optional<DateComponents>& date, std::int64_t hour, std::int64_t minute) {
-    if (!date) {
-        return std::nullopt;
-    }
-    auto components = *date;
-    components.hour = hour;
-    components.minute = minute;
-    const auto& calendar = *Platform::current().calendar;
-    const auto instant = calendar.instant(components);
-    const auto result = instant ? calendar.components(*instant) : std::nullopt;
-    return result && result->hour == hour && result->minute == minute ? instant : std::nullopt;
 }
 
 } // namespace
@@ -95,19 +76,7 @@ bool ScheduleModel::scheduleEnabled() {
 }
 
 void ScheduleModel::setScheduleEnabled(bool enabled) {
-    auto& state = AppState::shared();
-    if (state.scheduleEnabled.get() == enabled) {
-        return;
-    }
-    state.scheduleEnabled = enabled;
-    if (enabled) {
-        CircadianScheduler::shared().tick();
-    } else if (state.filterEnabled.get()) {
-        // The engine drops this by itself only once the filter's switch has been turned: it does not know a filter that
-        // was off at launch.
-        const Preset& preset = state.activePreset();
-        FilterEngine::shared().apply(preset.colorTemp, preset.brightness, fadeBackSecs);
-    }
+    userActions::setScheduleEnabled(enabled);
 }
 
 bool ScheduleModel::scheduleUsesLocation() {
@@ -115,14 +84,7 @@ bool ScheduleModel::scheduleUsesLocation() {
 }
 
 void ScheduleModel::setScheduleUsesLocation(bool usesLocation) {
-    auto& setting = AppState::shared().scheduleUsesLocation;
-    if (setting.get() == usesLocation) {
-        return;
-    }
-    setting = usesLocation;
-    if (usesLocation) {
-        CircadianScheduler::shared().requestLocation();
-    }
+    userActions::setScheduleUsesLocation(usesLocation);
 }
 
 int ScheduleModel::sunriseHour() {
@@ -142,13 +104,11 @@ int ScheduleModel::sunsetMinute() {
 }
 
 void ScheduleModel::setSunrise(int hour, int minute) {
-    auto& setting = AppState::shared().manualSunrise;
-    setting = atTimeOfDay(setting.get(), hour, minute);
+    userActions::setManualSunrise(hour, minute);
 }
 
 void ScheduleModel::setSunset(int hour, int minute) {
-    auto& setting = AppState::shared().manualSunset;
-    setting = atTimeOfDay(setting.get(), hour, minute);
+    userActions::setManualSunset(hour, minute);
 }
 
 QStringList ScheduleModel::segmentLabels() {
@@ -179,24 +139,6 @@ QString ScheduleModel::shortTime(Instant instant, const QLocale& locale) {
     const QTime time(static_cast<int>(components->hour), static_cast<int>(components->minute));
     // The one of the "C" locale has seconds.
     return locale.toString(time, locale.timeFormat(QLocale::ShortFormat).remove(QStringLiteral(":ss")));
-}
-
-Instant ScheduleModel::atTimeOfDay(Instant instant, std::int64_t hour, std::int64_t minute) {
-    const auto& platform = Platform::current();
-    if (const auto sameDay = instantAt(platform.calendar->components(instant), hour, minute)) {
-        return *sameDay;
-    }
-    auto date = platform.calendar->components(platform.clock->now());
-    if (date) {
-        date->second = 0;
-    }
-    if (const auto today = instantAt(date, hour, minute)) {
-        return *today;
-    }
-    if (date) {
-        ++date->day;
-    }
-    return instantAt(date, hour, minute).value_or(instant);
 }
 
 } // namespace nocta

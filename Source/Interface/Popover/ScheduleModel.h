@@ -13,8 +13,7 @@
 
 namespace nocta {
 
-/// What the tab "Schedule" binds to. Writing a property is what a person does with its control: it changes the setting
-/// and, where that differs from before, nudges the scheduler or the filter.
+/// What the tab "Schedule" binds to. Writing a property is what a person does with its control.
 class ScheduleModel : public nocta::TabModel {
     Q_OBJECT
     QML_ELEMENT
@@ -46,7 +45,6 @@ class ScheduleModel : public nocta::TabModel {
     [[nodiscard]] static int sunriseMinute();
     [[nodiscard]] static int sunsetHour();
     [[nodiscard]] static int sunsetMinute();
-    /// Hour 0 to 23, minute 0 to 59. Only writes the setting: the scheduler reads it at its next step.
     Q_INVOKABLE static void setSunrise(int hour, int minute);
     Q_INVOKABLE static void setSunset(int hour, int minute);
 
@@ -57,10 +55,6 @@ class ScheduleModel : public nocta::TabModel {
 
     /// The local time of day of `instant` in the locale's short style; empty where the calendar has none.
     [[nodiscard]] static QString shortTime(Instant instant, const QLocale& locale);
-    /// `instant` moved to that local time of day. Date and second stay; only where that date lacks the time, in the
-    /// hour that summer time skips, or where no calendar knows the date, it becomes today's, else tomorrow's. Unchanged
-    /// where there is none at all.
-    [[nodiscard]] static Instant atTimeOfDay(Instant instant, std::int64_t hour, std::int64_t minute);
 
   Q_SIGNALS:
     void scheduleEnabledChanged();
