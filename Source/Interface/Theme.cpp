@@ -148,6 +148,10 @@ QColor Theme::raised() const {
     return choose(currentScheme, QColor(0xff, 0xff, 0xff), QColor(0x5c, 0x5a, 0x58));
 }
 
+QColor Theme::button() const {
+    return choose(currentScheme, QColor(0xff, 0xff, 0xff), QColor(0x3b, 0x3a, 0x38));
+}
+
 QColor Theme::raisedBorder() const {
     return choose(currentScheme, black(0.12), white(0.08));
 }

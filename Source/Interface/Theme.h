@@ -51,8 +51,10 @@ class Theme final : public QObject {
     Q_PROPERTY(QColor knob READ knob NOTIFY changed FINAL)
     Q_PROPERTY(QColor knobDown READ knobDown NOTIFY changed FINAL)
     Q_PROPERTY(QColor knobEdge READ knobEdge NOTIFY changed FINAL)
-    /// Of what lies on a trough or is pressed: the chosen segment, a bordered button.
+    /// Of what lies on a trough: the chosen segment.
     Q_PROPERTY(QColor raised READ raised NOTIFY changed FINAL)
+    /// Of what stands on the background and takes a click or keys: a bordered button, a field.
+    Q_PROPERTY(QColor button READ button NOTIFY changed FINAL)
     Q_PROPERTY(QColor raisedBorder READ raisedBorder NOTIFY changed FINAL)
     Q_PROPERTY(QColor hover READ hover NOTIFY changed FINAL)
     Q_PROPERTY(QColor pressed READ pressed NOTIFY changed FINAL)
@@ -109,6 +111,7 @@ class Theme final : public QObject {
     [[nodiscard]] QColor knobDown() const;
     [[nodiscard]] QColor knobEdge() const;
     [[nodiscard]] QColor raised() const;
+    [[nodiscard]] QColor button() const;
     [[nodiscard]] QColor raisedBorder() const;
     [[nodiscard]] QColor hover() const;
     [[nodiscard]] QColor pressed() const;

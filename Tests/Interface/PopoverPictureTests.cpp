@@ -56,7 +56,11 @@ const std::vector<Look>& looks() {
              state().customBrightness = 0.57;
              state().exposureScore = 0;
          }},
-        {"popover-schedule", schedule, [] { state().scheduleEnabled = true; }},
+        {"popover-schedule", schedule,
+         [] {
+             state().activePresetID = "dusk";
+             state().scheduleEnabled = true;
+         }},
         {"popover-breaks", breaks,
          [] {
              state().activePresetID = "dusk";
@@ -80,10 +84,11 @@ class PopoverPicture : public testing::TestWithParam<std::tuple<Look, int>> {
   protected:
     PopoverPicture() {
         QGuiApplication::setFont(QFont(QStringLiteral("Inter")));
-        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
         world.appearance.setReducesMotion(true);
         model = std::make_unique<PopoverModel>();
         model->setSelectedTab(static_cast<int>(look().tab));
+        world.jump(Seconds(6.5 * 3600)); // to dusk
         model->setShown(true);
         look().prepare();
         // For the countdown, which looks at its engine once a second.

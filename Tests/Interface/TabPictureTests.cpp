@@ -37,6 +37,7 @@ struct Look {
     void (*prepare)();
     /// What the tab would change by itself when it comes on the screen.
     void (*adjust)() = [] {};
+    Seconds afterNoon{};
 
     friend std::ostream& operator<<(std::ostream& stream, const Look& look) { return stream << look.name; }
 };
@@ -60,13 +61,15 @@ const Look looks[] = {
      [] {
          state().scheduleEnabled = true;
          state().activePresetID = "dusk";
-     }},
+     },
+     [] {}, Seconds(6.5 * 3600)},
     {"schedule-manual", "Schedule",
      [] {
          state().scheduleEnabled = true;
          state().scheduleUsesLocation = false;
          state().activePresetID = "evening";
-     }},
+     },
+     [] {}, Seconds(9.0 * 3600)},
     {"breaks-off", "Breaks", [] {}},
     {"breaks-on", "Breaks",
      [] {
@@ -119,6 +122,7 @@ class TabPicture : public testing::TestWithParam<std::tuple<Look, ColorScheme, i
 
     void show() {
         const Look& look = std::get<Look>(GetParam());
+        world.jump(look.afterNoon);
         look.prepare();
         if (look.tab == "Schedule") {
             model = std::make_unique<ScheduleModel>();

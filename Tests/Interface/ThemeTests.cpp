@@ -133,6 +133,7 @@ TEST_F(ThemeTest, TextCanBeReadInBothAppearances) {
         EXPECT_GE(contrast(theme.tertiary(), bar), 4.5);
         EXPECT_GE(contrast(theme.primary(), over(theme.trough(), theme.background())), 4.5);
         EXPECT_GE(contrast(theme.primary(), theme.raised()), 4.5);
+        EXPECT_GE(contrast(theme.primary(), theme.button()), 4.5);
         // What is no text, but must be found: 3:1.
         EXPECT_GE(contrast(theme.focusRing(), theme.background()), 3.0);
     }

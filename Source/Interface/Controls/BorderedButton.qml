@@ -19,7 +19,7 @@ Control {
         anchors.fill: parent
         border.color: Theme.raisedBorder
         border.width: 1
-        color: Theme.raised
+        color: Theme.button
         radius: 6
 
         Rectangle {

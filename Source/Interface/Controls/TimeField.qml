@@ -77,7 +77,7 @@ Item {
 
             border.color: Theme.raisedBorder
             border.width: 1
-            color: Theme.raised
+            color: Theme.button
             height: 26
             radius: 6
             width: Math.ceil(row.width) + 8 + chevrons.width
@@ -146,7 +146,7 @@ Item {
                         anchors.centerIn: parent
                         color: Theme.secondary
                         name: chevron.modelData
-                        size: 11
+                        size: 14
                     }
                 }
             }

@@ -14,6 +14,11 @@ Control {
     // its letters could grow only by whole pixels.
     property real growth: isActive ? 1.03 : 1
 
+    // That size with its edges on whole pixels of the screen.
+    function grown(size: real): real {
+        return size + 2 * Math.round(size * (growth - 1) / 2 * Screen.devicePixelRatio) / Screen.devicePixelRatio;
+    }
+
     implicitHeight: column.height + 20
 
     Behavior on growth {
@@ -38,9 +43,9 @@ Control {
         border.color: root.isActive ? "transparent" : Qt.alpha(root.color, 0.3)
         border.width: 1
         color: root.isActive ? root.color : Qt.alpha(root.color, root.down ? 0.22 : root.hovered ? 0.16 : 0.1)
-        height: root.height * root.growth
+        height: root.grown(root.height)
         radius: 10
-        width: root.width * root.growth
+        width: root.grown(root.width)
 
         Behavior on color {
             enabled: Theme.animates

@@ -22,7 +22,7 @@ Item {
 
             // The card that has the keyboard.
             property int walkedTo: -1
-            readonly property real gap: 8
+            readonly property real columnGap: 10 // makes the cards whole pixels wide
 
             columns: 3
             count: root.model.names.length
@@ -39,8 +39,9 @@ Item {
             Grid {
                 id: cells
 
+                columnSpacing: grid.columnGap
                 columns: grid.columns
-                spacing: grid.gap
+                rowSpacing: 8
 
                 Repeater {
                     id: cards
@@ -56,7 +57,7 @@ Item {
                         isActive: index === root.model.activeIndex
                         name: modelData
                         temperature: root.model.temperatures[index]
-                        width: (grid.width - (grid.columns - 1) * grid.gap) / grid.columns
+                        width: (grid.width - (grid.columns - 1) * grid.columnGap) / grid.columns
 
                         onActiveFocusChanged: {
                             if (activeFocus)

@@ -39,6 +39,8 @@ Item {
 
                 Column {
                     anchors.centerIn: parent
+                    // Figures have nothing below their line, so that the middle of what is drawn is lower.
+                    anchors.verticalCenterOffset: -2
 
                     Text {
                         Accessible.name: text
