@@ -37,6 +37,10 @@ std::optional<Rectangle> SwitchingStatusItem::frame() const {
     return other ? other->frame() : preferred->frame();
 }
 
+bool SwitchingStatusItem::isDrawnByHost() const {
+    return other ? other->isDrawnByHost() : preferred->isDrawnByHost();
+}
+
 void SwitchingStatusItem::setHostObserver(std::function<void(bool hasHost)> newObserver) {
     observer = std::move(newObserver);
     if (isHosted && observer) {

@@ -86,6 +86,10 @@ class StatusItem {
     /// that point without extent; nothing where neither is known.
     [[nodiscard]] virtual std::optional<Rectangle> frame() const = 0;
 
+    /// Whether the host draws the button into a window of its own, so that the press of every click on it is also one
+    /// outside Nocta's windows.
+    [[nodiscard]] virtual bool isDrawnByHost() const = 0;
+
     /// Calls `observer` from the run loop whenever it becomes known that there is a host, or none; at first as soon as
     /// either is certain. An empty one ends that.
     virtual void setHostObserver(std::function<void(bool hasHost)> observer) = 0;

@@ -235,6 +235,19 @@ TEST_F(StatusBarControllerTest, AClickElsewhereRightAfterOneOnTheItemClosesThePo
     EXPECT_EQ(platform.runLoop.timerCount(), 1U);
 }
 
+TEST_F(StatusBarControllerTest, WhereTheItemHasAWindowOfItsOwnEveryClickElsewhereIsAnotherOne) {
+    platform.statusBar.setDrawnByHost(false);
+    controller->setup();
+    platform.statusBar.release(mouseevent::leftUp);
+    EXPECT_TRUE(platform.popovers.isShown());
+    clickElsewhere();
+    EXPECT_FALSE(platform.popovers.isShown());
+    platform.statusBar.release(mouseevent::leftUp);
+    EXPECT_TRUE(platform.popovers.isShown());
+    platform.statusBar.release(mouseevent::rightUp);
+    EXPECT_FALSE(platform.popovers.isShown());
+}
+
 TEST_F(StatusBarControllerTest, AnActivationLongAfterTheClosingClickOpensThePopover) {
     controller->setup();
     controller->openPopover();

@@ -34,6 +34,7 @@ TEST_F(SwitchingStatusItemTest, IsInTheOtherPlaceWhileThePreferredOneHasNoHost) 
     item->setMenu({{.title = "Quit", .action = [] {}}});
     preferred.setFrame(Rectangle{.x = 1});
     other.setFrame(Rectangle{.x = 2});
+    other.setDrawnByHost(false);
 
     preferred.setHost(false);
     preferred.setHost(false);
@@ -45,12 +46,14 @@ TEST_F(SwitchingStatusItemTest, IsInTheOtherPlaceWhileThePreferredOneHasNoHost) 
     other.release(mouseevent::rightUp);
     EXPECT_EQ(clicks, 1);
     EXPECT_EQ(item->frame(), (Rectangle{.x = 2}));
+    EXPECT_FALSE(item->isDrawnByHost());
     item->setButton({});
     EXPECT_EQ(other.buttons().back(), StatusButton{});
 
     preferred.setHost(true);
     EXPECT_EQ(other.itemCount(), 0);
     EXPECT_EQ(item->frame(), (Rectangle{.x = 1}));
+    EXPECT_TRUE(item->isDrawnByHost());
     EXPECT_EQ(preferred.buttons().back(), StatusButton{}) << "kept up to date all the time";
     preferred.release(mouseevent::rightUp);
     EXPECT_EQ(clicks, 2);

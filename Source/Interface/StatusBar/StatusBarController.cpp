@@ -145,6 +145,10 @@ Popover& StatusBarController::presentPopover() const {
 }
 
 void StatusBarController::itemClicked() {
+    if (!presentItem().isDrawnByHost()) {
+        togglePopover();
+        return;
+    }
     if (std::exchange(closingClick, nullptr)) {
         return;
     }

@@ -42,9 +42,9 @@ class StatusBarController : public std::enable_shared_from_this<StatusBarControl
     std::unique_ptr<EventMonitorToken> eventMonitor;
     std::unique_ptr<Timer> updateTimer;
 
-    // Panels are other programs, so a click on the item reaches us twice: as a click elsewhere and as the item's
-    // action, mostly in this order, but a busy loop may turn it round. Each of these runs from the one until it can no
-    // longer belong to the other.
+    // Where the panel draws the item, a click on it reaches us twice: as a click elsewhere and as the item's action,
+    // mostly in this order, but a busy loop may turn it round. Each of these runs from the one until it can no longer
+    // belong to the other.
     std::unique_ptr<Timer> closingClick;         ///< elsewhere, and it closed the popover
     std::unique_ptr<Timer> overtakingClick;      ///< the item's action, which came first
     Instant lastClickElsewhere = Instant::min(); ///< that found nothing to close

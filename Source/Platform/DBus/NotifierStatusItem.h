@@ -33,6 +33,7 @@ class NotifierStatusItem final : public StatusItem {
     void setAction(std::uint32_t mask, std::function<void()> action) override;
     void setMenu(std::vector<MenuEntry> entries) override;
     [[nodiscard]] std::optional<Rectangle> frame() const override;
+    [[nodiscard]] bool isDrawnByHost() const override { return true; }
     void setHostObserver(std::function<void(bool hasHost)> observer) override;
 
   private:

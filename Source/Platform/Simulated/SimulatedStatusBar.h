@@ -19,6 +19,7 @@ class SimulatedStatusBar final : public StatusBar {
     /// Whether items have a button from now on.
     void setHasButton(bool newHasButton) { hasButton = newHasButton; }
     void setFrame(const std::optional<Rectangle>& newFrame) { frame = newFrame; }
+    void setDrawnByHost(bool newIsDrawnByHost) { isDrawnByHost = newIsDrawnByHost; }
 
     /// Lets go of a mouse button over the item.
     void release(std::uint32_t event) {
@@ -63,6 +64,7 @@ class SimulatedStatusBar final : public StatusBar {
         }
         void setMenu(std::vector<MenuEntry> entries) override { bar.entries = std::move(entries); }
         [[nodiscard]] std::optional<Rectangle> frame() const override { return bar.frame; }
+        [[nodiscard]] bool isDrawnByHost() const override { return bar.isDrawnByHost; }
         void setHostObserver(std::function<void(bool)> observer) override { bar.hostObserver = std::move(observer); }
 
       private:
@@ -74,6 +76,7 @@ class SimulatedStatusBar final : public StatusBar {
     int items = 0;
     bool hasButton = true;
     std::optional<Rectangle> frame;
+    bool isDrawnByHost = true;
     std::uint32_t mask = 0;
     std::function<void()> action;
     std::vector<MenuEntry> entries;
