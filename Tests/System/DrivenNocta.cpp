@@ -1,6 +1,7 @@
 // The whole program, with a person's hand in its standard input: one command a line.
 //
-// driven-nocta [FACTOR]: Core's timers run that many times as fast; fades of windows keep their time.
+// driven-nocta [FACTOR [BEGIN]]: Core's timers run that many times as fast; fades of windows keep their time. With
+// BEGIN, seconds since 1970, so does the wall clock, from then on.
 
 #include "App/AppDelegate.h"
 #include "App/Program.h"
@@ -10,10 +11,12 @@
 #include "Core/FatalError.h"
 #include "Core/FilterEngine.h"
 #include "Platform/Application.h"
+#include "Platform/Clock.h"
 #include "Platform/Platform.h"
 #include "Platform/RunLoop.h"
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
@@ -22,6 +25,7 @@
 #include <memory>
 #include <optional>
 #include <random>
+#include <span>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -43,6 +47,9 @@ class HastyRunLoop final : public RunLoop {
   public:
     HastyRunLoop(RunLoop& loop, double factor) : loop(loop), factor(factor) {}
 
+    /// For timers that are made from now on.
+    void setFactor(double newFactor) { factor = newFactor; }
+
     std::unique_ptr<Timer> oneShot(Seconds delay, std::function<void()> callback) override {
         return loop.oneShot(delay / factor, std::move(callback));
     }
@@ -57,6 +64,21 @@ class HastyRunLoop final : public RunLoop {
 
   private:
     RunLoop& loop;
+    double factor;
+};
+
+/// A wall clock that goes as fast.
+class HastyClock final : public Clock {
+  public:
+    HastyClock(Instant begin, double factor) : begin(begin), factor(factor) {}
+
+    [[nodiscard]] Instant now() const override {
+        return begin + Seconds(std::chrono::steady_clock::now() - start) * factor;
+    }
+
+  private:
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+    Instant begin;
     double factor;
 };
 
@@ -77,6 +99,13 @@ QAccessibleInterface* findBelow(const QAccessibleInterface& item, const QString&
     return nullptr;
 }
 
+/// The name of what has the keyboard; empty where nothing has.
+std::string nameOfFocus() {
+    auto* const focus = QGuiApplication::focusObject();
+    const auto* const found = focus != nullptr ? QAccessible::queryAccessibleInterface(focus) : nullptr;
+    return found != nullptr ? found->text(QAccessible::Name).toStdString() : std::string();
+}
+
 /// The middle of what bears that name in a window that is shown, in pixels of the screen.
 std::optional<QPoint> findOnScreen(const QString& name) {
     for (auto* const window : QGuiApplication::topLevelWindows()) {
@@ -90,12 +119,16 @@ std::optional<QPoint> findOnScreen(const QString& name) {
 
 class Hand final : public ApplicationDelegate {
   public:
-    explicit Hand(double factor) : factor(factor) {}
+    Hand(double factor, std::optional<Instant> begin) : factor(factor), begin(begin) {}
 
     void applicationDidFinishLaunching() override {
         Platform platform = Platform::current();
         hastyLoop.emplace(*platform.runLoop, factor);
         platform.runLoop = &*hastyLoop;
+        if (begin) {
+            hastyClock.emplace(*begin, factor);
+            platform.clock = &*hastyClock;
+        }
         Platform::install(platform);
         program.applicationDidFinishLaunching();
         commandWatch = Platform::current().runLoop->watch(STDIN_FILENO, [this] { readCommands(); });
@@ -174,6 +207,12 @@ class Hand final : public ApplicationDelegate {
                  state.breakIntervalMinutes = 100'000;
              }},
             {"restart", [] { BreakEngine::shared().restartTimer(); }},
+            {"hurry",
+             [&] {
+                 double newFactor = 1;
+                 words >> newFactor;
+                 hastyLoop->setFactor(newFactor);
+             }},
             {"skip", [] { BreakEngine::shared().skipBreak(); }},
             {"tallies",
              [&] {
@@ -188,11 +227,17 @@ class Hand final : public ApplicationDelegate {
                  std::cerr << (place ? std::to_string(place->x()) + " " + std::to_string(place->y()) : "nowhere")
                            << std::endl;
              }},
+            {"focus", [] { std::cerr << nameOfFocus() << std::endl; }},
             {"reset", [] { FilterEngine::shared().resetAllDisplays(); }},
             {"quit", [] { Platform::current().application->terminate(); }},
             {"abort", [] { std::abort(); }},
             {"crash", [] { raise(SIGSEGV); }},
             {"fatal", [] { fatalError("asked for"); }},
+            {"time",
+             [] {
+                 std::cerr << static_cast<std::int64_t>(Platform::current().clock->now().time_since_epoch().count())
+                           << std::endl;
+             }},
             {"overflow", [] { FilterEngine::shared().apply(2000, 0.5, 1e300); }},
             {"restless",
              [&] {
@@ -237,7 +282,9 @@ class Hand final : public ApplicationDelegate {
     }
 
     double factor;
+    std::optional<Instant> begin;
     std::optional<HastyRunLoop> hastyLoop;
+    std::optional<HastyClock> hastyClock;
     AppDelegate program;
     std::unique_ptr<RunLoopSource> commandWatch;
     std::unique_ptr<Timer> restlessness;
@@ -248,6 +295,9 @@ class Hand final : public ApplicationDelegate {
 } // namespace
 
 int main(int argc, char** argv) {
-    Hand hand(argc > 1 ? std::stod(argv[1]) : 1); // NOLINT: the arguments are a plain array
+    const std::span arguments(argv, static_cast<std::size_t>(argc));
+    const double factor = arguments.size() > 1 ? std::stod(arguments[1]) : 1;
+    const auto begin = arguments.size() > 2 ? std::optional(Instant(Seconds(std::stod(arguments[2])))) : std::nullopt;
+    Hand hand(factor, begin);
     return runProgram(argv, hand, [&hand] { hand.cyclePreset(); });
 }

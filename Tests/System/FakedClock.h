@@ -4,6 +4,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace nocta::test {
 
@@ -18,7 +20,8 @@ class DesktopWithAFakedClock : public Desktop {
     /// The program, for which it is now `time` ("16:29:00") on 20 March 2026. Its clock goes on from there; its
     /// monotonic clock, by which timers count, is the true one.
     [[nodiscard]] std::unique_ptr<Process> startAt(const std::string& program, const std::string& time,
-                                                   const Process::Environment& changes = {}) const {
+                                                   const Process::Environment& changes = {},
+                                                   std::vector<std::string> arguments = {}) const {
         setClock(time);
         auto faked = environment();
         faked.emplace_back("LD_PRELOAD", NOCTA_FAKETIME_LIBRARY);
@@ -31,7 +34,8 @@ class DesktopWithAFakedClock : public Desktop {
             std::erase_if(faked, [&](const auto& variable) { return variable.first == change.first; });
             faked.push_back(change);
         }
-        return std::make_unique<Process>(std::vector<std::string>{programFolder() / program}, faked);
+        arguments.insert(arguments.begin(), programFolder() / program);
+        return std::make_unique<Process>(std::move(arguments), faked);
     }
 
     /// Sets that clock, of which nobody is told.

@@ -1,15 +1,14 @@
 #include "Desktop.h"
+#include "Hands.h"
 #include "Support/DrivenWindows.h"
 #include "Support/NotificationDaemon.h"
 #include "Support/Panel.h"
 #include "Support/ScreenPicture.h"
 
 #include <csignal>
-#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 
 namespace nocta::test {
@@ -17,53 +16,18 @@ namespace {
 
 const Ramps natural = warmRamps(6500, 1.0);
 const Ramps dusk = warmRamps(3400, 0.8);
-
-/// The colour of the eye in the panel at the temperature of dusk, as on dark panels.
-constexpr std::uint32_t orange = 0xFF9F0A;
+const Ramps sleep = warmRamps(1900, 0.5);
 
 /// A person at a whole desktop: window manager, panel, notifications; and Nocta, which they use with mouse and keyboard
 /// alone.
-class PersonsDay : public Desktop {
+class PersonsDay : public Desktop, protected Hands {
   protected:
     PersonsDay() { windows.awaitManager(); }
 
     /// Starts Nocta and waits for the popover that greets them.
     void launch() {
         nocta = startDrivenNocta();
-        ASSERT_TRUE(eventually([this] { return place("Quit Nocta").has_value(); })) << nocta->errors();
-    }
-
-    /// Where what bears that name is on the screen; nothing while it is not.
-    std::optional<Point> place(const std::string& name) {
-        const auto asked = "where " + name;
-        const auto before = nocta->errors().size();
-        nocta->write(asked + "\n");
-        std::string answer;
-        if (!eventually([&] {
-                answer = nocta->errors().substr(before);
-                return answer.find('\n') != std::string::npos;
-            })) {
-            throw std::runtime_error("Nocta does not say where " + name + " is");
-        }
-        std::istringstream words(answer);
-        Point point;
-        return words >> point.x >> point.y ? std::optional(point) : std::nullopt;
-    }
-
-    static void click(const Point& point) {
-        Process xdotool({"xdotool", "mousemove", std::to_string(point.x), std::to_string(point.y), "click", "1"});
-        ASSERT_EQ(xdotool.waitForEnd(), cleanExit) << xdotool.errors();
-    }
-    void click(const std::string& name) {
-        std::optional<Point> point;
-        ASSERT_TRUE(eventually([&] { return (point = place(name)).has_value(); })) << name;
-        click(*point);
-    }
-    /// Far from popover and panel.
-    static void clickTheDesktop() { click(Point{.x = 100, .y = 700}); }
-    static void press(const std::string& keys) {
-        Process xdotool({"xdotool", "key", keys});
-        ASSERT_EQ(xdotool.waitForEnd(), cleanExit) << xdotool.errors();
+        ASSERT_TRUE(popoverOpens()) << nocta->errors();
     }
 
     /// Drags the slider of that name from its middle beyond its left end. The press alone changes `setting`.
@@ -71,29 +35,25 @@ class PersonsDay : public Desktop {
         std::optional<Point> point;
         ASSERT_TRUE(eventually([&] { return (point = place(name)).has_value(); })) << name;
         const auto before = settings();
-        const auto xdotool = [](std::vector<std::string> arguments) {
-            arguments.insert(arguments.begin(), "xdotool");
-            Process process(std::move(arguments));
-            ASSERT_EQ(process.waitForEnd(), cleanExit) << process.errors();
-        };
         xdotool({"mousemove", std::to_string(point->x), std::to_string(point->y), "mousedown", "1"});
         ASSERT_TRUE(eventually([&] { return settings() != before && settings().find(setting) != std::string::npos; }));
         xdotool({"mousemove_relative", "--sync", "--", "-200", "0"});
         xdotool({"mousemove_relative", "--sync", "--", "-200", "0", "mouseup", "1"});
     }
 
-    /// The eye in the panel, in that colour.
-    static std::optional<Point> itemOf(std::uint32_t color) {
-        std::optional<Point> item;
-        const bool isThere = eventually([&] { return (item = ScreenPicture().middle(color)).has_value(); },
-                                        std::chrono::seconds(30)); // some panels start slowly
-        return isThere ? item : std::nullopt;
+    /// Presses Tab until what bears that name has the keyboard.
+    void walkTo(const std::string& name) const {
+        std::string path;
+        for (int steps = 0; steps < 40; ++steps) {
+            if (focus() == name) {
+                return;
+            }
+            path += focus() + "\n";
+            press("Tab");
+        }
+        FAIL() << name << " is not among\n" << path;
     }
 
-    [[nodiscard]] bool popoverIsShown() { return place("Quit Nocta").has_value(); }
-    [[nodiscard]] bool popoverCloses() {
-        return eventually([this] { return !popoverIsShown(); });
-    }
     [[nodiscard]] bool settingsBecome(const std::string& line) const {
         return eventually([&] { return settings().find("\n" + line + "\n") != std::string::npos; });
     }
@@ -102,7 +62,6 @@ class PersonsDay : public Desktop {
     DrivenWindows windows;
     NotificationDaemon daemon;
     Panel panel{PanelKind::xfce};
-    std::unique_ptr<Process> nocta;
 };
 
 TEST_F(PersonsDay, TheFirstLaunchGreetsAndQuitGivesTheScreenBack) {
@@ -147,24 +106,6 @@ TEST_F(PersonsDay, TheFilterIsSwitchedOffAndOnAgain) {
     EXPECT_TRUE(everyDisplayBecomes(dusk));
 }
 
-TEST_F(PersonsDay, AClickOnTheItemOpensAndClosesThePopoverAndAClickElsewhereClosesIt) {
-    writeSettings("[General]\nactivePresetID=dusk\n");
-    launch();
-    closePopover();
-    const auto item = itemOf(orange);
-    ASSERT_TRUE(item);
-    click(*item);
-    ASSERT_TRUE(eventually([this] { return popoverIsShown(); }));
-    click(*item);
-    ASSERT_TRUE(popoverCloses());
-    // It stays closed, although the panel's click was also one elsewhere.
-    EXPECT_FALSE(eventually([this] { return popoverIsShown(); }, std::chrono::milliseconds(500)));
-    click(*item);
-    ASSERT_TRUE(eventually([this] { return popoverIsShown(); }));
-    clickTheDesktop();
-    EXPECT_TRUE(popoverCloses());
-}
-
 TEST_F(PersonsDay, TheSelectedTabIsStillSelectedAtTheNextOpening) {
     launch();
     click("Stats");
@@ -204,20 +145,6 @@ TEST_F(PersonsDay, WhereWindowsBlendATabLeavesNothingOfTheOneBefore) {
     }));
 }
 
-TEST_F(PersonsDay, APanelThatStartsAgainShowsTheItemAgain) {
-    writeSettings("[General]\nactivePresetID=dusk\n");
-    launch();
-    closePopover();
-    ASSERT_TRUE(itemOf(orange));
-    panel.kill();
-    ASSERT_TRUE(eventually([] { return ScreenPicture().count(orange) == 0; }));
-    panel.start();
-    const auto item = itemOf(orange);
-    ASSERT_TRUE(item);
-    click(*item);
-    EXPECT_TRUE(eventually([this] { return popoverIsShown(); }));
-}
-
 TEST_F(PersonsDay, ABreakIsSkippedTheNextOneTakenAndTheFiguresTell) {
     writeSettings("[General]\nactivePresetID=dusk\nbreaksEnabled=true\nbreakIntervalMinutes=1440\n"
                   "breakDurationSeconds=1\n");
@@ -229,7 +156,7 @@ TEST_F(PersonsDay, ABreakIsSkippedTheNextOneTakenAndTheFiguresTell) {
     nocta->write("break\n");
     ASSERT_TRUE(eventually([this] { return place("Skip break").has_value(); }));
     EXPECT_TRUE(eventually([this] { return !place("Skip break"); })) << "after its second";
-    const auto item = itemOf(orange);
+    const auto item = itemOf(eye::orange);
     ASSERT_TRUE(item);
     click(*item);
     click("Stats");
@@ -252,6 +179,72 @@ TEST_F(PersonsDay, WhatWasSetIsThereAgainAfterLoggingOutAndAfterAKill) {
     EXPECT_TRUE(becomesCalibrated(promptly));
     launch();
     EXPECT_TRUE(everyDisplayBecomes(dusk));
+}
+
+TEST_F(PersonsDay, ThePopoverOverAnApplicationWithAProfileLeavesItsPresetOnTheScreen) {
+    writeSettings("[General]\nactivePresetID=dusk\nappProfiles=\"@ByteArray({\\\"reader\\\":\\\"sleep\\\"})\"\n");
+    launch();
+    closePopover();
+    const auto item = itemOf(eye::orange);
+    ASSERT_TRUE(item);
+    const Process writer({"xterm", "-name", "some", "-class", "Writer"}, environment());
+    (void)windows.await("Writer");
+    ASSERT_TRUE(everyDisplayBecomes(dusk));
+    auto reader = std::make_unique<Process>(std::vector<std::string>{"xterm", "-name", "some", "-class", "Reader"},
+                                            environment());
+    (void)windows.await("Reader");
+    EXPECT_TRUE(everyDisplayBecomes(sleep));
+    click(*item);
+    ASSERT_TRUE(popoverOpens());
+    clickTheDesktop();
+    ASSERT_TRUE(popoverCloses());
+    EXPECT_TRUE(everyDisplayShows(sleep));
+    reader.reset();
+    windows.activate(windows.await("Writer"));
+    EXPECT_TRUE(everyDisplayBecomes(dusk));
+    EXPECT_TRUE(settingsBecome("activePresetID=dusk"));
+}
+
+TEST_F(PersonsDay, BreaksSwitchedOnInTheirTabComeAndAreCounted) {
+    launch();
+    click("Breaks");
+    click("20-20-20 Break Reminders");
+    EXPECT_TRUE(settingsBecome("breaksEnabled=true"));
+    click("15 min");
+    EXPECT_TRUE(settingsBecome("breakIntervalMinutes=15"));
+    click("Stats");
+    ASSERT_TRUE(eventually([this] { return place("Breaks taken: 0").has_value(); }));
+    nocta->write("hurry 900\nrestart\n"); // a quarter of an hour in a second
+    EXPECT_TRUE(eventually([this] { return place("Skip break").has_value(); }));
+    EXPECT_TRUE(eventually([this] { return !place("Breaks taken: 0"); }));
+}
+
+TEST_F(PersonsDay, ABreakOverTheOpenPopoverGivesTheKeyboardBackToIt) {
+    writeSettings("[General]\nbreaksEnabled=true\nbreakIntervalMinutes=1440\nbreakDurationSeconds=1\n");
+    launch();
+    nocta->write("break\n");
+    ASSERT_TRUE(eventually([this] { return place("Skip break").has_value(); }));
+    ASSERT_TRUE(eventually([this] { return !place("Skip break"); }));
+    ASSERT_TRUE(popoverIsShown());
+    EXPECT_TRUE(eventually([this] {
+        press("Escape");
+        return !popoverIsShown();
+    }));
+}
+
+TEST_F(PersonsDay, WithTheKeyboardAloneTheyPickAPresetAndQuit) {
+    launch();
+    walkTo("Natural, 6500K");
+    press("Right");
+    press("Right");
+    EXPECT_EQ(focus(), "Dusk, 3400K");
+    press("space");
+    EXPECT_TRUE(settingsBecome("activePresetID=dusk"));
+    EXPECT_TRUE(everyDisplayBecomes(dusk));
+    walkTo("Quit Nocta");
+    press("Return");
+    EXPECT_EQ(nocta->waitForEnd(), cleanExit);
+    EXPECT_TRUE(isCalibrated());
 }
 
 } // namespace
