@@ -88,6 +88,8 @@ class PersonsWaylandDay : public WaylandDesktop {
         Process typing({"wtype", "-s", "100", "-k", key, "-s", "50"}, environment());
         ASSERT_EQ(typing.waitForEnd(), Ending{.exitStatus = 0}) << typing.errors();
     }
+    /// By its colour, where it has nothing but its ground, which is light.
+    [[nodiscard]] bool popoverIsOnScreen() const { return (pixel(1280 - 8 - 170, 10 + 440) & 255U) > 200; }
     [[nodiscard]] bool escapeClosesThePopover() {
         return eventually([this] {
             press("Escape");
@@ -165,6 +167,83 @@ TEST_F(PersonsWaylandDay, AnApplicationInFrontHasItsPreset) {
     EXPECT_TRUE(everyDisplayBecomes(dusk));
     sway.command("[app_id=org.example.film] focus");
     EXPECT_TRUE(everyDisplayBecomes(evening));
+}
+
+TEST_F(PersonsWaylandDay, ABreakCoversThePopoverAndGivesItsPlaceBack) {
+    writeSettings("[General]\nbreaksEnabled=true\nbreakIntervalMinutes=1440\nbreakDurationSeconds=3600\n");
+    launch();
+    ASSERT_TRUE(eventually([this] { return popoverIsOnScreen(); }));
+    nocta->write("break\n");
+    ASSERT_TRUE(appears("Skip break"));
+    EXPECT_TRUE(eventually([this] { return !popoverIsOnScreen(); }));
+    // The popover's key, which has the keyboard no more.
+    press("Escape");
+    EXPECT_TRUE(place("Quit Nocta"));
+    nocta->write("skip\n");
+    ASSERT_TRUE(disappears("Skip break"));
+    EXPECT_TRUE(clickUntil("Dusk, 3400K", [this] { return settingsHave("activePresetID=dusk"); }));
+    EXPECT_TRUE(escapeClosesThePopover());
+}
+
+TEST_F(PersonsWaylandDay, ABreakIsSkippedByItsButton) {
+    writeSettings("[General]\nbreaksEnabled=true\nbreakIntervalMinutes=1440\nbreakDurationSeconds=3600\n");
+    launch();
+    ASSERT_TRUE(escapeClosesThePopover());
+    nocta->write("break\n");
+    ASSERT_TRUE(appears("Skip break"));
+    EXPECT_TRUE(clickUntil(*place("Skip break"), [this] { return !place("Skip break"); }));
+    nocta->write("tallies\n");
+    EXPECT_TRUE(eventually([this] { return nocta->errors().find("0 taken, 1 skipped") != std::string::npos; }));
+}
+
+TEST_F(PersonsWaylandDay, ABreakIsSkippedByTheKeyboard) {
+    writeSettings("[General]\nbreaksEnabled=true\nbreakIntervalMinutes=1440\nbreakDurationSeconds=3600\n");
+    launch();
+    ASSERT_TRUE(escapeClosesThePopover());
+    nocta->write("break\n");
+    ASSERT_TRUE(appears("Skip break"));
+    EXPECT_TRUE(eventually([this] {
+        press("Tab");
+        press("space");
+        return !place("Skip break");
+    }));
+    nocta->write("tallies\n");
+    EXPECT_TRUE(eventually([this] { return nocta->errors().find("0 taken, 1 skipped") != std::string::npos; }));
+}
+
+TEST_F(PersonsWaylandDay, ABreakEndsByItself) {
+    writeSettings("[General]\nbreaksEnabled=true\nbreakIntervalMinutes=1440\nbreakDurationSeconds=1\n");
+    launch();
+    ASSERT_TRUE(escapeClosesThePopover());
+    nocta->write("break\n");
+    ASSERT_TRUE(appears("Skip break"));
+    EXPECT_TRUE(disappears("Skip break"));
+    nocta->write("tallies\n");
+    EXPECT_TRUE(eventually([this] { return nocta->errors().find("1 taken, 0 skipped") != std::string::npos; }));
+}
+
+TEST_F(PersonsWaylandDay, TheSelectedTabIsStillSelectedAtTheNextOpening) {
+    launch();
+    ASSERT_TRUE(clickUntil("Stats", [this] { return place("Eye Health Score").has_value(); }));
+    ASSERT_TRUE(clickUntil(desktop, [this] { return !place("Quit Nocta"); }));
+    EXPECT_EQ(startNocta()->waitForEnd(), Ending{.exitStatus = 0});
+    EXPECT_TRUE(appears("Eye Health Score"));
+}
+
+TEST_F(PersonsWaylandDay, ThePopoverClosesWithItsScreenAndOpensOnTheNext) {
+    launch();
+    sway.command("output HEADLESS-1 disable");
+    EXPECT_TRUE(popoverCloses());
+    EXPECT_EQ(startNocta()->waitForEnd(), Ending{.exitStatus = 0});
+    ASSERT_TRUE(popoverOpens());
+    sway.command("output HEADLESS-2 disable");
+    EXPECT_TRUE(popoverCloses());
+    EXPECT_EQ(startNocta()->waitForEnd(), Ending{.exitStatus = 0}) << "with all screens off";
+    sway.command("output HEADLESS-1 enable");
+    EXPECT_TRUE(eventually([this] {
+        startNocta()->waitForEnd();
+        return popoverIsOnScreen();
+    }));
 }
 
 } // namespace

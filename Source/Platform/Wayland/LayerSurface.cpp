@@ -3,7 +3,9 @@
 #include "Platform/Wayland/LayerShell.h"
 #include "Platform/Wayland/LayerShellProtocol.h"
 
+#include <algorithm>
 #include <utility>
+#include <vector>
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -19,6 +21,12 @@ namespace {
 wl_surface* surfaceOf(QWindow& window) {
     return static_cast<wl_surface*>(
         QGuiApplication::platformNativeInterface()->nativeResourceForWindow("surface", &window));
+}
+
+/// All that are shown.
+std::vector<LayerSurface*>& shownSurfaces() {
+    static std::vector<LayerSurface*> surfaces;
+    return surfaces;
 }
 
 } // namespace
@@ -58,6 +66,8 @@ void LayerSurface::show(QScreen* screen, const LayerPlace& place) {
     if (made == nullptr || shell.get() == nullptr) {
         return;
     }
+    wantedLayer = layer = place.layer;
+    rank = place.rank;
     surface = zwlr_layer_shell_v1_get_layer_surface(shell.get(), made, output, static_cast<std::uint32_t>(place.layer),
                                                     place.purpose);
     zwlr_layer_surface_v1_add_listener(surface, &listener, this);
@@ -69,6 +79,8 @@ void LayerSurface::show(QScreen* screen, const LayerPlace& place) {
     zwlr_layer_surface_v1_set_exclusive_zone(surface, place.coversPanels ? -1 : 0);
     sendKeyboard();
     commit();
+    shownSurfaces().push_back(this);
+    arrange();
 }
 
 void LayerSurface::hide() {
@@ -80,12 +92,30 @@ void LayerSurface::hide() {
     // A surface keeps the role it had, and Qt keeps the surface of a hidden window.
     window.destroy();
     shell.flush();
+    std::erase(shownSurfaces(), this);
+    arrange();
 }
 
 void LayerSurface::setKeyboard(LayerPlace::Keyboard wanted) {
     if (std::exchange(keyboard, wanted) != wanted && surface != nullptr) {
         sendKeyboard();
         commit();
+    }
+}
+
+void LayerSurface::arrange() {
+    for (auto* const each : shownSurfaces()) {
+        const bool isBelow = std::ranges::any_of(shownSurfaces(), [each](const LayerSurface* other) {
+            return other->rank == LayerPlace::Rank::above && each->rank == LayerPlace::Rank::below &&
+                   other->window.screen() == each->window.screen();
+        });
+        const auto next = isBelow ? LayerPlace::Layer::top : each->wantedLayer;
+        if (next != each->layer &&
+            zwlr_layer_surface_v1_get_version(each->surface) >= ZWLR_LAYER_SURFACE_V1_SET_LAYER_SINCE_VERSION) {
+            each->layer = next;
+            zwlr_layer_surface_v1_set_layer(each->surface, static_cast<std::uint32_t>(next));
+            each->commit();
+        }
     }
 }
 

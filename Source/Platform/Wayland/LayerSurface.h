@@ -24,6 +24,11 @@ struct LayerPlace {
         top = 2,     ///< above the windows
         overlay = 3, ///< above full-screen windows too
     };
+    /// Among this program's own windows, which one layer may hold in an order that differs between compositors.
+    enum class Rank : std::uint8_t {
+        above, ///< puts those below it on its screen one layer down, as long as it is shown
+        below,
+    };
     enum class Keyboard : std::uint8_t { none = 0, exclusive = 1, onDemand = 2 };
     enum Anchor : std::uint32_t { topEdge = 1, bottomEdge = 2, leftEdge = 4, rightEdge = 8, allEdges = 15 };
 
@@ -32,7 +37,8 @@ struct LayerPlace {
     std::uint32_t anchors = allEdges; ///< an or of `Anchor`
     QSize size;                       ///< logical pixels; 0 between two anchors: all there is
     QMargins margins;                 ///< to the edges it is anchored to
-    bool coversPanels = false;        ///< whether the edges are those of the screen, or of what panels leave free
+    Rank rank = Rank::below;
+    bool coversPanels = false; ///< whether the edges are those of the screen, or of what panels leave free
 };
 
 /// Puts one window of Qt's on a layer of the desktop: Qt makes the surface and draws, this gives the surface its role.
@@ -58,6 +64,8 @@ class LayerSurface {
   private:
     static const zwlr_layer_surface_v1_listener listener;
 
+    /// Puts every window on the layer that it has beside the others.
+    static void arrange();
     void configure(std::uint32_t serial, QSize size);
     void commit() const;
     void sendKeyboard() const;
@@ -66,6 +74,9 @@ class LayerSurface {
     QWindow& window;
     std::function<void()> onClosed;
     zwlr_layer_surface_v1* surface = nullptr;
+    LayerPlace::Layer wantedLayer = LayerPlace::Layer::top;
+    LayerPlace::Layer layer = LayerPlace::Layer::top;
+    LayerPlace::Rank rank = LayerPlace::Rank::below;
     LayerPlace::Keyboard keyboard = LayerPlace::Keyboard::none;
 };
 

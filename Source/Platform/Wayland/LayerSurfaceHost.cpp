@@ -55,6 +55,7 @@ class LayerOverlay final : public OverlaySurface {
                                   .anchors = LayerPlace::allEdges,
                                   .size = {0, 0},
                                   .margins = {},
+                                  .rank = LayerPlace::Rank::above,
                                   .coversPanels = true});
         }
     }
