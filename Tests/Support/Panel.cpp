@@ -60,6 +60,19 @@ systray_icon_size = 22
 systray_background_id = 0
 )";
 
+constexpr const char* waybarConfiguration = R"({
+    "output": "HEADLESS-1",
+    "layer": "top",
+    "position": "top",
+    "height": 30,
+    "modules-right": ["tray"],
+    "tray": {"icon-size": 22}
+})";
+
+constexpr const char* waybarStyle = R"(* { border: none; min-height: 0; }
+window#waybar { background: #23272e; }
+)";
+
 void write(const std::filesystem::path& file, const char* text) {
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file) << text;
@@ -124,6 +137,9 @@ void Panel::start() {
         panel = std::make_unique<Process>(
             std::vector<std::string>{"tint2", "-c", (folder.path() / "config/tint2rc").string()}, environment);
         break;
+    case PanelKind::waybar:
+        panel = std::make_unique<Process>(std::vector<std::string>{"waybar", "-l", "off"}, environment);
+        break;
     }
 }
 
@@ -138,6 +154,10 @@ void Panel::writeConfiguration() const {
         break;
     case PanelKind::tint2:
         write(config / "tint2rc", tint2Configuration);
+        break;
+    case PanelKind::waybar:
+        write(config / "waybar/config", waybarConfiguration);
+        write(config / "waybar/style.css", waybarStyle);
         break;
     }
 }

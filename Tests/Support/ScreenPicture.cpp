@@ -1,9 +1,14 @@
 #include "Support/ScreenPicture.h"
 
+#include "Support/Process.h"
+#include "Support/TemporaryFolder.h"
+
 #include <algorithm>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace nocta::test {
@@ -28,6 +33,32 @@ ScreenPicture::ScreenPicture() {
         throw std::runtime_error("no picture of the screen");
     }
     std::memcpy(pixels.data(), xcb_get_image_data(image.get()), bytes);
+}
+
+ScreenPicture ScreenPicture::ofCompositor() {
+    const TemporaryFolder folder;
+    const auto file = folder.path() / "screen.ppm";
+    Process grim({"grim", "-s", "1", "-t", "ppm", file});
+    if (grim.waitForEnd() != Ending{.exitStatus = 0}) {
+        throw std::runtime_error("no picture of the screen: " + grim.errors());
+    }
+    std::ifstream in(file, std::ios::binary);
+    std::string kind;
+    int columns = 0;
+    int rows = 0;
+    int most = 0;
+    in >> kind >> columns >> rows >> most;
+    in.get();
+    const auto size = static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows);
+    const std::string bytes((std::istreambuf_iterator<char>(in)), {});
+    if (kind != "P6" || most != 255 || size == 0 || bytes.size() != 3 * size) {
+        throw std::runtime_error("no picture of the screen: " + kind);
+    }
+    std::vector<std::uint32_t> pixels(size);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        pixels[i / 3] = pixels[i / 3] << 8U | static_cast<std::uint8_t>(bytes[i]);
+    }
+    return {columns, rows, std::move(pixels)};
 }
 
 std::size_t ScreenPicture::count(std::uint32_t color) const {

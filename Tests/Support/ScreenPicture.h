@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace nocta::test {
@@ -17,11 +18,13 @@ struct Point {
     bool operator==(const Point&) const = default;
 };
 
-/// What stands on the whole screen of the X server that DISPLAY names, without its gamma ramps.
+/// What stands on a whole desktop, without gamma ramps.
 class ScreenPicture {
   public:
-    /// Taken now.
+    /// Of the X server that DISPLAY names, taken now.
     ScreenPicture();
+    /// Of the Wayland compositor that WAYLAND_DISPLAY names, taken now.
+    [[nodiscard]] static ScreenPicture ofCompositor();
 
     [[nodiscard]] int width() const { return columns; }
     [[nodiscard]] int height() const { return rows; }
@@ -38,6 +41,9 @@ class ScreenPicture {
     void write(const std::filesystem::path& file) const;
 
   private:
+    ScreenPicture(int columns, int rows, std::vector<std::uint32_t> pixels)
+        : columns(columns), rows(rows), pixels(std::move(pixels)) {}
+
     int columns = 0;
     int rows = 0;
     std::vector<std::uint32_t> pixels;

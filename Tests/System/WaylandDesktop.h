@@ -8,7 +8,6 @@
 #include "Support/TemporaryFolder.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -69,21 +68,6 @@ class WaylandDesktop : public testing::Test {
     }
     [[nodiscard]] bool everyDisplayBecomes(const std::optional<Tint>& tint) const {
         return eventually([&] { return everyDisplayShows(tint); });
-    }
-
-    /// 0xRRGGBB at that place of the desktop, as the eye sees it without a filter.
-    [[nodiscard]] std::uint32_t pixel(int x, int y) const {
-        const auto file = home.path() / "pixel.ppm";
-        const auto place = std::to_string(x) + "," + std::to_string(y) + " 1x1";
-        Process grim({"grim", "-s", "1", "-g", place, "-t", "ppm", file});
-        EXPECT_EQ(grim.waitForEnd(), Ending{.exitStatus = 0}) << grim.errors();
-        std::ifstream picture(file, std::ios::binary);
-        const std::string bytes((std::istreambuf_iterator<char>(picture)), {});
-        std::uint32_t color = 0;
-        for (const auto channel : bytes.substr(bytes.size() - 3)) {
-            color = color << 8U | static_cast<std::uint8_t>(channel);
-        }
-        return color;
     }
 
     Sway sway;

@@ -1,4 +1,5 @@
-#include "Support/NotificationDaemon.h"
+#include "Support/Panel.h"
+#include "Support/ScreenPicture.h"
 #include "Support/WaylandPointer.h"
 #include "WaylandDesktop.h"
 
@@ -17,11 +18,8 @@ const Tint neutral = warmTint(6500, 1.0);
 const Tint dusk = warmTint(3400, 0.8);
 const Tint evening = warmTint(2700, 0.7);
 
-/// Logical pixels.
-struct Point {
-    int x = 0;
-    int y = 0;
-};
+/// The colour of the eye in the panel at the temperature of dusk, as on dark panels.
+constexpr std::uint32_t orange = 0xFF9F0A;
 
 /// A person at a Wayland desktop, which they use with mouse and keyboard alone.
 class PersonsWaylandDay : public WaylandDesktop {
@@ -89,7 +87,9 @@ class PersonsWaylandDay : public WaylandDesktop {
         ASSERT_EQ(typing.waitForEnd(), Ending{.exitStatus = 0}) << typing.errors();
     }
     /// By its colour, where it has nothing but its ground, which is light.
-    [[nodiscard]] bool popoverIsOnScreen() const { return (pixel(1280 - 8 - 170, 10 + 440) & 255U) > 200; }
+    [[nodiscard]] bool popoverIsOnScreen() const {
+        return (ScreenPicture::ofCompositor().at(1280 - 8 - 170, 10 + 440) & 255U) > 200;
+    }
     [[nodiscard]] bool escapeClosesThePopover() {
         return eventually([this] {
             press("Escape");
@@ -244,6 +244,30 @@ TEST_F(PersonsWaylandDay, ThePopoverClosesWithItsScreenAndOpensOnTheNext) {
         startNocta()->waitForEnd();
         return popoverIsOnScreen();
     }));
+}
+
+TEST_F(PersonsWaylandDay, AClickOnTheItemInThePanelOpensAndClosesThePopover) {
+    writeSettings("[General]\nactivePresetID=dusk\n");
+    const Panel panel(PanelKind::waybar);
+    launch();
+    ASSERT_TRUE(escapeClosesThePopover());
+    std::optional<Point> item;
+    // The panel starts slowly.
+    ASSERT_TRUE(eventually([&] { return (item = ScreenPicture::ofCompositor().middle(orange)).has_value(); },
+                           std::chrono::seconds(30)));
+    // Never twice at one place: the panel hands a double click on as three.
+    const Point left{.x = item->x - 5, .y = item->y};
+    const Point right{.x = item->x + 5, .y = item->y};
+    for (int i = 0; i < 2; ++i) {
+        click(left);
+        ASSERT_TRUE(popoverOpens()) << i;
+        // Its shadow, which is over the panel, keeps no click from that.
+        ASSERT_TRUE(eventually([this] { return popoverIsOnScreen(); })) << i;
+        click(right);
+        ASSERT_TRUE(popoverCloses()) << i;
+        // It stays closed.
+        EXPECT_FALSE(eventually([this] { return place("Quit Nocta").has_value(); }, std::chrono::milliseconds(500)));
+    }
 }
 
 } // namespace
