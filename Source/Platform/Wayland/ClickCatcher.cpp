@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <utility>
 
+#include <QGuiApplication>
+#include <QScreen>
+#include <qpa/qplatformnativeinterface.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <viewporter.h>
@@ -88,12 +91,17 @@ ClickCatcher::ClickCatcher(LayerShell& shell, std::function<void()> onClick)
     if (pixel == nullptr) {
         return;
     }
-    for (const auto& global : shell.globals()) {
-        if (global.interface == wl_output_interface.name) {
-            cover(global.name, global.version);
-        } else {
-            listenTo(global.name, global.version);
+    // Qt's own objects of the screens: of any others on its connection, the compositor would tell Qt that its windows
+    // are on them, and Qt takes one that is released meanwhile for a screen.
+    auto* const native = QGuiApplication::platformNativeInterface();
+    for (auto* const screen : QGuiApplication::screens()) {
+        // With all outputs off, Qt has one screen without an extent.
+        if (!screen->geometry().isEmpty()) {
+            cover(static_cast<wl_output*>(native->nativeResourceForScreen("output", screen)));
         }
+    }
+    for (const auto& seat : shell.seats()) {
+        listenTo(seat.name, seat.version);
     }
     shell.flush();
 }
@@ -112,7 +120,6 @@ ClickCatcher::~ClickCatcher() {
         zwlr_layer_surface_v1_destroy(veil.layer);
         wp_viewport_destroy(veil.viewport);
         wl_surface_destroy(veil.surface);
-        wl_output_release(veil.output);
     }
     if (pixel != nullptr) {
         wl_buffer_destroy(pixel);
@@ -134,19 +141,12 @@ void ClickCatcher::makePixel() {
     close(file);
 }
 
-void ClickCatcher::cover(std::uint32_t outputName, std::uint32_t version) {
-    constexpr std::uint32_t needed = 3; // one that can be released
-    if (version < needed) {
-        return;
-    }
-    auto* const output =
-        static_cast<wl_output*>(wl_registry_bind(shell.registry(), outputName, &wl_output_interface, needed));
+void ClickCatcher::cover(wl_output* output) {
     auto* const surface = wl_compositor_create_surface(shell.compositor());
     auto* const viewport = wp_viewporter_get_viewport(shell.viewporter(), surface);
     auto* const layer = zwlr_layer_shell_v1_get_layer_surface(shell.get(), surface, output,
                                                               ZWLR_LAYER_SHELL_V1_LAYER_TOP, "nocta-click");
-    auto& veil = veils.emplace_back(
-        Veil{.catcher = this, .output = output, .surface = surface, .viewport = viewport, .layer = layer});
+    auto& veil = veils.emplace_back(Veil{.catcher = this, .surface = surface, .viewport = viewport, .layer = layer});
     zwlr_layer_surface_v1_add_listener(layer, &veilListener, &veil);
     zwlr_layer_surface_v1_set_anchor(layer, ZWLR_LAYER_SURFACE_V1_ANCHOR_TOP | ZWLR_LAYER_SURFACE_V1_ANCHOR_BOTTOM |
                                                 ZWLR_LAYER_SURFACE_V1_ANCHOR_LEFT | ZWLR_LAYER_SURFACE_V1_ANCHOR_RIGHT);

@@ -38,7 +38,6 @@ class ClickCatcher {
   private:
     struct Veil {
         ClickCatcher* catcher;
-        wl_output* output;
         wl_surface* surface;
         wp_viewport* viewport;
         zwlr_layer_surface_v1* layer;
@@ -57,7 +56,7 @@ class ClickCatcher {
     static const wl_touch_listener touchListener;
 
     void makePixel();
-    void cover(std::uint32_t outputName, std::uint32_t version);
+    void cover(wl_output* output);
     void listenTo(std::uint32_t seatName, std::uint32_t version);
     void configure(const Veil& veil, std::uint32_t serial, std::uint32_t width, std::uint32_t height) const;
     [[nodiscard]] bool isVeil(const wl_surface* surface) const;

@@ -81,13 +81,13 @@ void LayerShell::add(const Global& global) {
         memory = bind<wl_shm>(registryOfGlobals, global, wl_shm_interface);
     } else if (global.interface == wp_viewporter_interface.name) {
         scaling = bind<wp_viewporter>(registryOfGlobals, global, wp_viewporter_interface);
-    } else if (global.interface == wl_output_interface.name || global.interface == wl_seat_interface.name) {
-        others.push_back(global);
+    } else if (global.interface == wl_seat_interface.name) {
+        allSeats.push_back(global);
     }
 }
 
 void LayerShell::remove(std::uint32_t name) {
-    std::erase_if(others, [name](const Global& global) { return global.name == name; });
+    std::erase_if(allSeats, [name](const Global& global) { return global.name == name; });
 }
 
 } // namespace nocta

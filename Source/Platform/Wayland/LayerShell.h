@@ -36,8 +36,7 @@ class LayerShell {
     [[nodiscard]] wl_shm* sharedMemory() const { return memory; }
     [[nodiscard]] wp_viewporter* viewporter() const { return scaling; }
 
-    /// Its outputs and seats.
-    [[nodiscard]] const std::vector<Global>& globals() const { return others; }
+    [[nodiscard]] const std::vector<Global>& seats() const { return allSeats; }
     [[nodiscard]] wl_registry* registry() const { return registryOfGlobals; }
 
     /// Sends what was asked for.
@@ -53,7 +52,7 @@ class LayerShell {
     wl_compositor* surfaces = nullptr;
     wl_shm* memory = nullptr;
     wp_viewporter* scaling = nullptr;
-    std::vector<Global> others;
+    std::vector<Global> allSeats;
 };
 
 } // namespace nocta
