@@ -156,9 +156,13 @@ TEST_F(DesktopWithBreaks, NothingOfABreakOutlivesAKilledNocta) {
     EXPECT_TRUE(eventually([&] { return document.keyPresses() == 1; }));
 }
 
-TEST_F(DesktopWithBreaks, QuitDuringABreakTakesTheOverlayAlong) {
+TEST_F(DesktopWithBreaks, QuitDuringABreakTakesTheOverlayAlongAndGivesTheKeyboardBack) {
+    ForeignWindow document(0, 0, 400, 300, 0xff0000);
+    document.activate();
+    ASSERT_TRUE(eventually([&] { return document.hasFocus(); }));
     for (const bool bySignal : {false, true}) {
         const auto nocta = startAndBreak();
+        ASSERT_TRUE(eventually([&] { return !document.hasFocus(); }));
         if (bySignal) {
             nocta->signal(SIGTERM);
         } else {
@@ -167,6 +171,7 @@ TEST_F(DesktopWithBreaks, QuitDuringABreakTakesTheOverlayAlong) {
         EXPECT_EQ(nocta->waitForEnd(), cleanExit) << nocta->errors();
         EXPECT_TRUE(isUncovered());
         EXPECT_TRUE(isCalibrated());
+        EXPECT_TRUE(eventually([&] { return document.hasFocus(); }));
     }
 }
 

@@ -1,4 +1,5 @@
 #include "Desktop.h"
+#include "Support/ForeignWindow.h"
 
 #include <algorithm>
 #include <csignal>
@@ -66,6 +67,17 @@ TEST_P(DesktopEndedBy, GivesTheCalibrationBackAndExitsCleanly) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, DesktopEndedBy, testing::Values(SIGTERM, SIGINT, SIGHUP));
+
+TEST_F(Desktop, AnEndWithThePopoverOpenGivesTheKeyboardBack) {
+    ForeignWindow document(0, 0, 400, 300, 0xff0000);
+    document.stealFocus();
+    ASSERT_TRUE(eventually([&] { return document.hasFocus(); }));
+    const auto nocta = startDrivenNocta();
+    ASSERT_TRUE(eventually([&] { return !document.hasFocus(); }));
+    nocta->signal(SIGTERM);
+    EXPECT_EQ(nocta->waitForEnd(), cleanExit) << nocta->errors();
+    EXPECT_TRUE(document.hasFocus());
+}
 
 TEST_F(Desktop, QuitDuringAFadeStopsItAndGivesTheCalibrationBack) {
     const auto nocta = startDrivenNocta();

@@ -58,7 +58,8 @@ void QtApplication::run(ApplicationDelegate& delegate) {
 
 void QtApplication::terminate() {
     isEnding = true;
-    QCoreApplication::quit();
+    // Not quit(), which first closes every window, before those who show them have given the keyboard back.
+    QCoreApplication::exit();
 }
 
 } // namespace nocta
