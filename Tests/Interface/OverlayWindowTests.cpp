@@ -212,6 +212,20 @@ TEST_P(UnderAWindowManager, TakesTheKeyboardAndGivesItBack) {
     EXPECT_TRUE(runUntil([&] { return other->keyPresses() == 1; }));
 }
 
+TEST_P(UnderAWindowManager, GivesTheKeyboardPastAnOverlayThatEndedBeforeIt) {
+    const auto other = openWindow();
+    other->activate();
+    ASSERT_TRUE(runUntil([&] { return other->hasFocus(); }));
+    presentAndWait();
+    auto preview = std::move(window);
+    ASSERT_TRUE(runUntil([&] { return !other->hasFocus(); }));
+    presentAndWait();
+    runFor(std::chrono::milliseconds(200)); // until the second one has it
+    preview.reset();
+    window.reset();
+    EXPECT_TRUE(runUntil([&] { return other->hasFocus(); })) << std::hex << other->focused();
+}
+
 TEST_P(UnderAWindowManager, TakesTheKeyboardAgainFromWhoeverTakesIt) {
     const auto first = openWindow();
     first->activate();

@@ -4,25 +4,52 @@
 
 namespace nocta {
 
-KeyboardKeeper::KeyboardKeeper(const XConnection& server, xcb_window_t window) : server(server), window(window) {}
+namespace {
+
+/// Of this process, whose main thread they belong to.
+std::vector<const KeyboardKeeper*>& keepers() {
+    static std::vector<const KeyboardKeeper*> all;
+    return all;
+}
+
+} // namespace
+
+KeyboardKeeper::KeyboardKeeper(const XConnection& server, xcb_window_t window) : server(server), window(window) {
+    keepers().push_back(this);
+}
+
+KeyboardKeeper::~KeyboardKeeper() {
+    std::erase(keepers(), this);
+}
 
 bool KeyboardKeeper::take() {
     const auto owner = focused();
     if (owner == window) {
         return false;
     }
-    // The first stays the first; who asks again is the last again.
-    const auto known = std::ranges::find(owners, owner);
-    if (owners.empty() || known != owners.begin()) {
-        if (known != owners.end()) {
-            owners.erase(known);
-        }
-        owners.push_back(owner);
+    const bool isFirst = owners.empty();
+    remember(owner);
+    const auto ours = std::ranges::find(keepers(), owner, &KeyboardKeeper::window);
+    if (isFirst && ours != keepers().end()) {
+        // In reverse, so that the one it would give it to is the last.
+        std::for_each((*ours)->owners.rbegin(), (*ours)->owners.rend(), [this](auto other) { remember(other); });
     }
     // With the current time, and not with that of the last event: that may be older than the present owner's.
     xcb_set_input_focus(server.get(), XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
     server.flush();
     return true;
+}
+
+/// The first stays the first; who asks again is the last again.
+void KeyboardKeeper::remember(xcb_window_t owner) {
+    const auto known = std::ranges::find(owners, owner);
+    if (known != owners.end() && known == owners.begin()) {
+        return;
+    }
+    if (known != owners.end()) {
+        owners.erase(known);
+    }
+    owners.push_back(owner);
 }
 
 void KeyboardKeeper::giveBack() {

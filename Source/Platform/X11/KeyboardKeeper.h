@@ -11,14 +11,19 @@ class KeyboardKeeper {
   public:
     /// `server` outlives this.
     KeyboardKeeper(const XConnection& server, xcb_window_t window);
+    KeyboardKeeper(const KeyboardKeeper&) = delete;
+    KeyboardKeeper& operator=(const KeyboardKeeper&) = delete;
+    ~KeyboardKeeper();
 
     /// Takes the focus, unless the window has it; whether it had to. The window must be viewable.
     bool take();
     /// Gives the focus, if the window still has it, to the window that had it first, or where that is not on the screen
-    /// any more, to whichever has asked for it last.
+    /// any more, to whichever has asked for it last. Where it was taken from another window of ours, which may end
+    /// first, those that one would give it to count as well.
     void giveBack();
 
   private:
+    void remember(xcb_window_t owner);
     [[nodiscard]] xcb_window_t focused() const;
     [[nodiscard]] bool isViewable(xcb_window_t other) const;
 
