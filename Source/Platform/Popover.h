@@ -25,7 +25,7 @@ enum class Edge { below };
 struct PopoverStyle {
     Size contentSize;
     PopoverBehavior behavior = PopoverBehavior::applicationDefined;
-    bool animates = false; ///< comes and goes by a short fade, where the desktop can and does not ask for stillness
+    bool animates = false; ///< may come and go in the way that the desktop moves such windows, if it has one
 
     bool operator==(const PopoverStyle&) const = default;
 };

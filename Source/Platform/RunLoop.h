@@ -37,7 +37,7 @@ class RunLoop {
     RunLoop& operator=(const RunLoop&) = delete;
     virtual ~RunLoop() = default;
 
-    /// Fires once, `delay` from now.
+    /// Fires once, `delay` from now, to the millisecond.
     [[nodiscard]] virtual std::unique_ptr<Timer> oneShot(Seconds delay, std::function<void()> callback) = 0;
 
     /// Fires at every multiple of `interval` from now: a late firing does not shift those after it, and firings missed

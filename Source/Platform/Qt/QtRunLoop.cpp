@@ -95,7 +95,8 @@ std::unique_ptr<Timer> QtRunLoop::oneShot(Seconds delay, std::function<void()> c
     if (!timerInterval(delay)) {
         return std::make_unique<Timer>();
     }
-    return std::make_unique<QtTimer>(Seconds(*timerInterval(delay)), false, Qt::CoarseTimer, std::move(callback));
+    // A coarse one may be half a second late, which is seen where a break's end is awaited beside its countdown.
+    return std::make_unique<QtTimer>(Seconds(*timerInterval(delay)), false, Qt::PreciseTimer, std::move(callback));
 }
 
 std::unique_ptr<Timer> QtRunLoop::repeating(Seconds interval, TimerPrecision precision,
