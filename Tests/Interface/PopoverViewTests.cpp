@@ -97,6 +97,23 @@ TEST_F(PopoverViewTest, WithTheFilterOffATapOnACardChangesNothing) {
     EXPECT_EQ(loads(), loadsBefore);
 }
 
+TEST_F(PopoverViewTest, TheHighlightMovesToTheSelectedTabUnlessTheDesktopWantsStillness) {
+    open();
+    auto* const highlight = find("Tabs").item()->childItems().at(1); // the bar's ground is the first
+    ASSERT_EQ(highlight->width(), 85);
+    bool wasBetween = false;
+    QObject::connect(highlight, &QQuickItem::xChanged, highlight,
+                     [&] { wasBetween = wasBetween || (highlight->x() > 0 && highlight->x() < 255); });
+    click("Stats");
+    EXPECT_TRUE(application.runUntil([&] { return highlight->x() == 255; }));
+    EXPECT_TRUE(wasBetween);
+    wasBetween = false;
+    world.appearance.setReducesMotion(true);
+    click("Presets");
+    EXPECT_TRUE(application.runUntil([&] { return highlight->x() == 0; }));
+    EXPECT_FALSE(wasBetween);
+}
+
 TEST_F(PopoverViewTest, ADragOfTwoHundredStepsIsTwoHundredChangesOfTheScreen) {
     state().customTemp = 1900;
     open();
