@@ -22,6 +22,8 @@ std::string nameOf(PanelKind kind) {
         return "lxqt";
     case PanelKind::tint2:
         return "tint2";
+    case PanelKind::waybar:
+        return "waybar";
     }
     return {};
 }
