@@ -8,6 +8,7 @@
 #include "Support/DrivenWindows.h"
 #include "Support/Eventually.h"
 #include "Support/Process.h"
+#include "Support/ProcessMemory.h"
 #include "Support/SessionBus.h"
 #include "Support/SystemBus.h"
 #include "Support/TemporaryFolder.h"
@@ -42,17 +43,6 @@ constexpr Milliseconds fadeOut{500};
 void run(std::vector<std::string> command) {
     Process process(std::move(command));
     require(process.waitForEnd() == Ending{.exitStatus = 0}, process.errors().c_str());
-}
-
-/// A line of /proc/PID/smaps_rollup, in kB.
-long memoryOf(pid_t pid, const std::string& key) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/smaps_rollup");
-    for (std::string line; std::getline(file, line);) {
-        if (line.starts_with(key)) {
-            return std::stol(line.substr(key.size()));
-        }
-    }
-    return 0;
 }
 
 class Session {

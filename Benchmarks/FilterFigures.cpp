@@ -6,6 +6,7 @@
 #include "Support/DrivenDisplays.h"
 #include "Support/Eventually.h"
 #include "Support/Process.h"
+#include "Support/ProcessMemory.h"
 #include "Support/SessionBus.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/XServer.h"
@@ -30,17 +31,6 @@ namespace {
 using namespace nocta::test; // NOLINT(google-build-using-namespace)
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
-
-/// A line of smaps_rollup, in kB.
-long memoryOf(pid_t pid, const std::string& key) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/smaps_rollup");
-    for (std::string line; std::getline(file, line);) {
-        if (line.starts_with(key)) {
-            return std::stol(line.substr(key.size()));
-        }
-    }
-    throw std::runtime_error("no " + key);
-}
 
 /// A session on an X server of its own with that many displays.
 class Session {

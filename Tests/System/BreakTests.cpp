@@ -1,12 +1,12 @@
 #include "Desktop.h"
 #include "Support/DrivenWindows.h"
 #include "Support/ForeignWindow.h"
+#include "Support/ProcessMemory.h"
 #include "Support/ServerResources.h"
 
 #include <csignal>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <span>
@@ -175,18 +175,6 @@ TEST_F(DesktopWithBreaks, QuitDuringABreakTakesTheOverlayAlongAndGivesTheKeyboar
     }
 }
 
-/// Private memory that the process has written to, in kB.
-long privateMemoryOf(pid_t process) {
-    std::ifstream file("/proc/" + std::to_string(process) + "/smaps_rollup");
-    const std::string key = "Private_Dirty:";
-    for (std::string line; std::getline(file, line);) {
-        if (line.starts_with(key)) {
-            return std::stol(line.substr(key.size()));
-        }
-    }
-    return 0;
-}
-
 /// In kB. The sanitizer has an allocator of its own, which keeps what is freed.
 #ifdef __SANITIZE_ADDRESS__
 constexpr long allowedGrowth = 1'000'000;
@@ -212,11 +200,11 @@ TEST_F(DesktopWithBreaks, ADayOfThemLeavesMemoryAndServerAsTheyWere) {
     };
     restAfter(8);
     const auto resources = serverResourcesOf(nocta->id());
-    const long memory = privateMemoryOf(nocta->id());
+    const long memory = memoryOf(nocta->id(), "Private_Dirty:");
     EXPECT_GT(resources.connections, 0);
     restAfter(taken + 64); // with those before, as many as 24 hours have
     EXPECT_TRUE(eventually([&] { return !serverResourcesOf(nocta->id()).exceed(resources); }));
-    const long growth = privateMemoryOf(nocta->id()) - memory;
+    const long growth = memoryOf(nocta->id(), "Private_Dirty:") - memory;
     EXPECT_LE(growth, allowedGrowth);
 }
 
