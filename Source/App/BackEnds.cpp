@@ -3,6 +3,7 @@
 #include "App/NoDisplayService.h"
 #include "App/SessionStatusBar.h"
 #include "Platform/DBus/NotifierStatusItem.h"
+#include "Platform/Sway/SwayEventMonitor.h"
 #include "Platform/Wayland/LayerPopoverSurface.h"
 #include "Platform/Wayland/LayerSurfaceHost.h"
 #include "Platform/Wayland/WaylandClient.h"
@@ -48,7 +49,8 @@ std::unique_ptr<Service> make(RunLoop& loop) {
 
 constexpr std::array<Make<Workspace>, 2> workspaces{&make<Workspace, WlrToplevelWorkspace>,
                                                     &make<Workspace, EwmhWorkspace>};
-constexpr std::array<Make<EventMonitor>, 1> eventMonitors{&make<EventMonitor, XInputEventMonitor>};
+constexpr std::array<Make<EventMonitor>, 1> waylandEventMonitors{&make<EventMonitor, SwayEventMonitor>};
+constexpr std::array<Make<EventMonitor>, 1> x11EventMonitors{&make<EventMonitor, XInputEventMonitor>};
 
 /// Whether Qt's windows are on a Wayland compositor itself, and not on the X server that it runs for others: then that
 /// server is left alone, which such a compositor starts for its first client.
@@ -105,7 +107,7 @@ std::unique_ptr<Workspace> makeWorkspace(RunLoop& loop) {
 }
 
 std::unique_ptr<EventMonitor> makeEventMonitor(RunLoop& loop) {
-    return isOnWayland() ? nullptr : firstAvailable(eventMonitors, loop);
+    return firstAvailable(isOnWayland() ? waylandEventMonitors : x11EventMonitors, loop);
 }
 
 std::unique_ptr<SurfaceHost> makeSurfaceHost(RunLoop& loop) {

@@ -37,6 +37,7 @@ class WaylandDesktop : public testing::Test {
             {"HOME", home.path()},
             {"XDG_CONFIG_HOME", home.path() / "config"},
             {"XDG_RUNTIME_DIR", runtimeFolder()},
+            {"SWAYSOCK", sway.commandSocket()},
             {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (home.path() / "no-system-bus").string()},
         };
     }

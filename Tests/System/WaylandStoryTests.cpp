@@ -1,4 +1,5 @@
 #include "Support/Panel.h"
+#include "Support/PhysicalKey.h"
 #include "Support/ScreenPicture.h"
 #include "Support/WaylandPointer.h"
 #include "WaylandDesktop.h"
@@ -15,6 +16,7 @@ namespace nocta::test {
 namespace {
 
 const Tint neutral = warmTint(6500, 1.0);
+const Tint focus = warmTint(5000, 0.9);
 const Tint dusk = warmTint(3400, 0.8);
 const Tint evening = warmTint(2700, 0.7);
 
@@ -225,6 +227,18 @@ TEST_F(PersonsWaylandDay, ABreakEndsByItself) {
     EXPECT_TRUE(disappears("Skip break"));
     nocta->write("tallies\n");
     EXPECT_TRUE(eventually([this] { return nocta->errors().find("1 taken, 0 skipped") != std::string::npos; }));
+}
+
+TEST_F(PersonsWaylandDay, TheShortcutGoesToTheNextPresetUnlessThePopoverHasTheKeyboard) {
+    launch();
+    pressPhysicalI({"logo", "shift"});
+    ASSERT_TRUE(escapeClosesThePopover());
+    pressPhysicalI({"logo", "shift"});
+    EXPECT_TRUE(eventually([this] { return settingsHave("activePresetID=focus"); }));
+    EXPECT_TRUE(everyDisplayBecomes(focus));
+    pressPhysicalI({"logo", "shift"});
+    EXPECT_TRUE(eventually([this] { return settingsHave("activePresetID=dusk"); }));
+    EXPECT_TRUE(everyDisplayBecomes(dusk));
 }
 
 TEST_F(PersonsWaylandDay, TheSelectedTabIsStillSelectedAtTheNextOpening) {
