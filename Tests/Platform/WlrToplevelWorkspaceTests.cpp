@@ -136,8 +136,12 @@ TEST_F(WlrToplevelWorkspaceTest, WhileNobodyObservesNothingWakesIt) {
     open("org.example.one");
     ASSERT_TRUE(reported({"org.example.one"}));
     observer.reset();
-    loop.runFor(std::chrono::milliseconds(100));
-    const auto before = runLoop.wakeUps();
+    // Until the compositor has said its last to who observed.
+    auto before = runLoop.wakeUps();
+    do {
+        before = runLoop.wakeUps();
+        loop.runFor(std::chrono::milliseconds(300));
+    } while (runLoop.wakeUps() != before);
     open("org.example.two");
     ASSERT_TRUE(loop.runUntil([this] { return sway.windowCount() == 2; }));
     loop.runFor(std::chrono::milliseconds(50));

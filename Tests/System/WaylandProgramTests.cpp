@@ -32,7 +32,7 @@ TEST_F(WaylandDesktop, WithTheFilterOffLaunchLoadsNothing) {
     ASSERT_TRUE(eventually([this] { return settings().find("breakIntervalMinutes=30\n") != std::string::npos; }));
     EXPECT_TRUE(everyDisplayShows(std::nullopt));
     nocta->write("filter on\n");
-    EXPECT_TRUE(everyDisplayBecomes(dusk));
+    EXPECT_TRUE(everyDisplayBecomes(dusk)) << nocta->errors();
 }
 
 class WaylandDesktopEndedBy : public WaylandDesktop, public testing::WithParamInterface<int> {};
