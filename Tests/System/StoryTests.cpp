@@ -43,13 +43,16 @@ class PersonsDay : public Desktop, protected Hands {
 
     /// Presses Tab until what bears that name has the keyboard.
     void walkTo(const std::string& name) const {
+        ASSERT_TRUE(eventually([this] { return !focus().empty(); })) << "the popover has the keyboard";
         std::string path;
         for (int steps = 0; steps < 40; ++steps) {
-            if (focus() == name) {
+            const auto before = focus();
+            if (before == name) {
                 return;
             }
-            path += focus() + "\n";
+            path += before + "\n";
             press("Tab");
+            ASSERT_TRUE(eventually([&] { return focus() != before; })) << path;
         }
         FAIL() << name << " is not among\n" << path;
     }
@@ -236,8 +239,9 @@ TEST_F(PersonsDay, WithTheKeyboardAloneTheyPickAPresetAndQuit) {
     launch();
     walkTo("Natural, 6500K");
     press("Right");
+    ASSERT_TRUE(eventually([this] { return focus() == "Focus, 5000K"; }));
     press("Right");
-    EXPECT_EQ(focus(), "Dusk, 3400K");
+    ASSERT_TRUE(eventually([this] { return focus() == "Dusk, 3400K"; }));
     press("space");
     EXPECT_TRUE(settingsBecome("activePresetID=dusk"));
     EXPECT_TRUE(everyDisplayBecomes(dusk));
