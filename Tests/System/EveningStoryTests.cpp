@@ -37,7 +37,7 @@ TEST_F(PersonsEvening, TheScheduleSwitchedOnBringsTheEveningAndLaterTheNight) {
     EXPECT_TRUE(settingsBecome("scheduleEnabled=true"));
     EXPECT_TRUE(everyDisplayBecomes(warmRamps(2700, 0.7)));
     EXPECT_TRUE(settingsBecome("activePresetID=evening"));
-    EXPECT_TRUE(place("Active: Evening"));
+    EXPECT_TRUE(eventually([this] { return place("Active: Evening").has_value(); }));
     setClock("21:30:00");
     EXPECT_TRUE(everyDisplayBecomes(warmRamps(1900, 0.5)));
     EXPECT_TRUE(settingsBecome("activePresetID=sleep"));
