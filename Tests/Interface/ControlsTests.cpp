@@ -1,8 +1,10 @@
 #include "Interface/DrivenScene.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include <QPointingDevice>
 #include <QTest>
 #include <QVariant>
 
@@ -382,8 +384,8 @@ TEST_F(ScrollAreaTest, WhatTheKeyboardReachesComesIntoSight) {
 }
 
 TEST_F(ScrollAreaTest, AFingerDragsIt) {
-    auto* const finger = QTest::createTouchDevice();
-    const auto touch = [&] { return QTest::touchEvent(&scene->shownIn(), finger); };
+    const std::unique_ptr<QPointingDevice> finger(QTest::createTouchDevice());
+    const auto touch = [&] { return QTest::touchEvent(&scene->shownIn(), finger.get()); };
     touch().press(0, QPoint(150, 90));
     for (int y = 85; y >= 30; y -= 5) {
         touch().move(0, QPoint(150, y));
