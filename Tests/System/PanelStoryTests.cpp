@@ -5,11 +5,10 @@
 #include "Support/Panel.h"
 #include "Support/ScreenPicture.h"
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <string>
-#include <utility>
+#include <vector>
 
 namespace nocta::test {
 namespace {
@@ -94,19 +93,21 @@ TEST_P(PersonAtAPanel, ARightClickOnTheEyeDoesTheSameOrOpensAMenuThatDoes) {
 
 TEST_P(PersonAtAPanel, TheEyeHasTheColourOfTheTemperatureThatTheShortcutChooses) {
     ASSERT_TRUE(itemOf(eye::orange));
-    constexpr std::array<std::pair<const char*, std::uint32_t>, 5> steps{{
-        {"evening", eye::orange}, // 2700 K
-        {"sleep", eye::red},      // 1900 K
-        {"cinema", eye::yellow},  // 4000 K
-        {"natural", eye::blue},   // 6500 K
-        {"focus", eye::yellow},   // 5000 K
-    }};
-    for (const auto& [id, color] : steps) {
+    struct Step {
+        std::string line; ///< in the settings file
+        std::uint32_t color;
+    };
+    const std::vector<Step> steps{
+        {.line = "activePresetID=evening\n", .color = eye::orange}, // 2700 K
+        {.line = "activePresetID=sleep\n", .color = eye::red},      // 1900 K
+        {.line = "activePresetID=cinema\n", .color = eye::yellow},  // 4000 K
+        {.line = "activePresetID=natural\n", .color = eye::blue},   // 6500 K
+        {.line = "activePresetID=focus\n", .color = eye::yellow},   // 5000 K
+    };
+    for (const auto& step : steps) {
         press("super+shift+i");
-        ASSERT_TRUE(eventually([&] {
-            return settings().find("activePresetID=" + std::string(id) + "\n") != std::string::npos;
-        })) << id;
-        EXPECT_TRUE(itemOf(color)) << id;
+        ASSERT_TRUE(eventually([&] { return settings().find(step.line) != std::string::npos; })) << step.line;
+        EXPECT_TRUE(itemOf(step.color)) << step.line;
     }
     EXPECT_TRUE(everyDisplayBecomes(warmRamps(5000, 0.9)));
 }
