@@ -74,7 +74,7 @@ auto firstAvailable(const Makers& makers, Arguments&... arguments) -> decltype(m
 std::optional<std::string> displayServerName() {
     // Both have a name where a Wayland session serves X programs too, and where one of them is left from another
     // session.
-    const auto wayland = WaylandClient::serverName();
+    auto wayland = WaylandClient::serverName();
     if (wayland && WaylandClient::offeredInterfaces()) {
         return wayland;
     }

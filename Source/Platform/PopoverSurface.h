@@ -49,10 +49,10 @@ class PopoverSurface {
     /// taken it since.
     virtual void hide() = 0;
 
-    /// Calls `onDismissed` from the run loop when the user clicks elsewhere, or the window's screen has gone, while the
+    /// Calls `handler` from the run loop when the user clicks elsewhere, or the window's screen has gone, while the
     /// window is shown: on a window system that lets only the surface know. On others `EventMonitor` sees clicks, and
     /// this does nothing.
-    virtual void setDismissHandler(std::function<void()> /*onDismissed*/) {}
+    virtual void setDismissHandler(const std::function<void()>& /*handler*/) {}
 };
 
 } // namespace nocta

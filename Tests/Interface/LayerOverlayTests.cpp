@@ -11,6 +11,7 @@
 #include "Support/WaylandPointer.h"
 #include "WaitingLoop.h"
 
+#include <algorithm>
 #include <optional>
 
 #include <QImage>
@@ -83,12 +84,8 @@ class LayerOverlay : public testing::Test {
         const QRect inner = area.adjusted(1, 1, -1, -1);
         // Not where the pointer comes to rest.
         const QPoint left(inner.left(), inner.center().y());
-        for (const auto& point : {left, inner.topRight(), inner.bottomLeft(), inner.bottomRight()}) {
-            if (!isDark(screen.pixel(point))) {
-                return false;
-            }
-        }
-        return true;
+        const auto points = {left, inner.topRight(), inner.bottomLeft(), inner.bottomRight()};
+        return std::ranges::all_of(points, [&](const QPoint& point) { return isDark(screen.pixel(point)); });
     }
 
     [[nodiscard]] bool isFree(const QRect& area) const {

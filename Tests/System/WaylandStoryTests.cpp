@@ -65,12 +65,12 @@ class PersonsWaylandDay : public WaylandDesktop {
         return eventually([&] { return !place(name); });
     }
     /// By its colour, where it has nothing but its ground, which is light.
-    [[nodiscard]] bool popoverIsOnScreen() const {
+    [[nodiscard]] static bool popoverIsOnScreen() {
         return (ScreenPicture::ofCompositor().at(1280 - 8 - 170, 10 + 440) & 255U) > 200;
     }
     /// Until it is on the screen, a click where it will be is one elsewhere.
     [[nodiscard]] bool popoverOpens() {
-        return appears("Quit Nocta") && eventually([this] { return popoverIsOnScreen(); });
+        return appears("Quit Nocta") && eventually([] { return popoverIsOnScreen(); });
     }
     [[nodiscard]] bool popoverCloses() { return disappears("Quit Nocta"); }
 
@@ -182,7 +182,7 @@ TEST_F(PersonsWaylandDay, ABreakCoversThePopoverAndGivesItsPlaceBack) {
     launch();
     nocta->write("break\n");
     ASSERT_TRUE(appears("Skip break"));
-    EXPECT_TRUE(eventually([this] { return !popoverIsOnScreen(); }));
+    EXPECT_TRUE(eventually([] { return !popoverIsOnScreen(); }));
     // The popover's key, which has the keyboard no more.
     press("Escape");
     EXPECT_TRUE(place("Quit Nocta"));

@@ -25,21 +25,6 @@ const zwlr_layer_surface_v1_listener ClickCatcher::veilListener{
     // Its screen has gone; what is left of it harms nobody.
     .closed = [](void*, zwlr_layer_surface_v1*) {}};
 
-const wl_seat_listener ClickCatcher::seatListener{
-    .capabilities =
-        [](void* data, wl_seat* seat, std::uint32_t capabilities) {
-            auto& each = *static_cast<Seat*>(data);
-            if ((capabilities & WL_SEAT_CAPABILITY_POINTER) != 0 && each.pointer == nullptr) {
-                each.pointer = wl_seat_get_pointer(seat);
-                wl_pointer_add_listener(each.pointer, &pointerListener, &each);
-            }
-            if ((capabilities & WL_SEAT_CAPABILITY_TOUCH) != 0 && each.touch == nullptr) {
-                each.touch = wl_seat_get_touch(seat);
-                wl_touch_add_listener(each.touch, &touchListener, &each);
-            }
-        },
-    .name = [](void*, wl_seat*, const char*) {}};
-
 // Newer libraries know more events than the seats here are asked for.
 const wl_pointer_listener ClickCatcher::pointerListener = [] {
     wl_pointer_listener listener{};
@@ -80,6 +65,21 @@ const wl_touch_listener ClickCatcher::touchListener = [] {
     listener.cancel = [](void*, wl_touch*) {};
     return listener;
 }();
+
+const wl_seat_listener ClickCatcher::seatListener{
+    .capabilities =
+        [](void* data, wl_seat* seat, std::uint32_t capabilities) {
+            auto& each = *static_cast<Seat*>(data);
+            if ((capabilities & WL_SEAT_CAPABILITY_POINTER) != 0 && each.pointer == nullptr) {
+                each.pointer = wl_seat_get_pointer(seat);
+                wl_pointer_add_listener(each.pointer, &pointerListener, &each);
+            }
+            if ((capabilities & WL_SEAT_CAPABILITY_TOUCH) != 0 && each.touch == nullptr) {
+                each.touch = wl_seat_get_touch(seat);
+                wl_touch_add_listener(each.touch, &touchListener, &each);
+            }
+        },
+    .name = [](void*, wl_seat*, const char*) {}};
 
 ClickCatcher::ClickCatcher(LayerShell& shell, std::function<void()> onClick)
     : shell(shell), onClick(std::move(onClick)) {

@@ -43,8 +43,8 @@ class ClickCatcher {
         zwlr_layer_surface_v1* layer;
     };
     struct Seat {
-        ClickCatcher* catcher;
-        wl_seat* seat;
+        ClickCatcher* catcher = nullptr;
+        wl_seat* seat = nullptr;
         wl_pointer* pointer = nullptr;
         wl_touch* touch = nullptr;
         bool isOnVeil = false; ///< the pointer

@@ -1,7 +1,6 @@
 #include "Platform/Wayland/LayerPopoverSurface.h"
 
 #include <cmath>
-#include <utility>
 
 #include <QGuiApplication>
 #include <QRegion>
@@ -62,8 +61,8 @@ void LayerPopoverSurface::hide() {
     surface.setKeyboard(LayerPlace::Keyboard::none);
 }
 
-void LayerPopoverSurface::setDismissHandler(std::function<void()> newHandler) {
-    onDismissed = std::move(newHandler);
+void LayerPopoverSurface::setDismissHandler(const std::function<void()>& handler) {
+    onDismissed = handler;
 }
 
 void LayerPopoverSurface::dismissLater() {

@@ -32,7 +32,7 @@ class LayerPopoverSurface final : public PopoverSurface {
     void show(const Rectangle& frame, const Rectangle& body) override;
     void takeKeyboard() override;
     void hide() override;
-    void setDismissHandler(std::function<void()> onDismissed) override;
+    void setDismissHandler(const std::function<void()>& handler) override;
 
   private:
     void dismissLater();

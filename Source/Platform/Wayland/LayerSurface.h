@@ -32,7 +32,7 @@ struct LayerPlace {
     enum class Keyboard : std::uint8_t { none = 0, exclusive = 1, onDemand = 2 };
     enum Anchor : std::uint32_t { topEdge = 1, bottomEdge = 2, leftEdge = 4, rightEdge = 8, allEdges = 15 };
 
-    const char* purpose; ///< a name for the compositor's configuration
+    const char* purpose = ""; ///< a name for the compositor's configuration
     Layer layer = Layer::top;
     std::uint32_t anchors = allEdges; ///< an or of `Anchor`
     QSize size;                       ///< logical pixels; 0 between two anchors: all there is
@@ -59,7 +59,7 @@ class LayerSurface {
     /// Takes it off the screen.
     void hide();
     /// Who may type into it: `onDemand` once the user has clicked into it. Before `show` as well.
-    void setKeyboard(LayerPlace::Keyboard keyboard);
+    void setKeyboard(LayerPlace::Keyboard wanted);
 
   private:
     static const zwlr_layer_surface_v1_listener listener;

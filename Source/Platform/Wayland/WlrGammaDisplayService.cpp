@@ -109,9 +109,8 @@ WlrGammaDisplayService::WlrGammaDisplayService(RunLoop& loop, std::function<void
     : loop(loop),
       onServerLost(std::move(onServerLost)),
       manager(nullptr, &zwlr_gamma_control_manager_v1_destroy),
-      reconnectDelay(firstRetry) {
-    available = connect() && manager;
-}
+      reconnectDelay(firstRetry),
+      available(connect() && manager) {}
 
 WlrGammaDisplayService::~WlrGammaDisplayService() = default;
 

@@ -31,6 +31,8 @@ class WlrGammaDisplayService final : public DisplayService {
     /// Connects to the compositor that WAYLAND_DISPLAY names. `onServerLost` is called once, from the run loop, when it
     /// has gone. `loop` outlives the service.
     WlrGammaDisplayService(RunLoop& loop, std::function<void()> onServerLost);
+    WlrGammaDisplayService(const WlrGammaDisplayService&) = delete;
+    WlrGammaDisplayService& operator=(const WlrGammaDisplayService&) = delete;
     ~WlrGammaDisplayService() override;
 
     [[nodiscard]] bool isAvailable() const override { return available; }
@@ -79,12 +81,12 @@ class WlrGammaDisplayService final : public DisplayService {
     std::list<Output> outputs; ///< in the order in which the compositor named them
     /// As last handed over for any display, for one that appears; empty when nothing is to be loaded.
     Tables tables;
-    bool available = false;
     std::size_t tablesUnderWay = 0; ///< sent, and not known to be taken by the compositor
     bool isWaitingForReceipt = false;
     Seconds reconnectDelay;
     std::unique_ptr<Timer> reconnecting;
     std::vector<std::uint16_t> ramps; ///< of one display; kept for its memory
+    bool available;
 };
 
 } // namespace nocta

@@ -22,16 +22,6 @@ class WlrToplevelWorkspace::Observer final : public WorkspaceObserver {
     std::shared_ptr<Observation> observation;
 };
 
-const zwlr_foreign_toplevel_manager_v1_listener WlrToplevelWorkspace::managerListener{
-    .toplevel =
-        [](void* data, zwlr_foreign_toplevel_manager_v1*, zwlr_foreign_toplevel_handle_v1* handle) {
-            auto& workspace = *static_cast<WlrToplevelWorkspace*>(data);
-            auto& toplevel = workspace.toplevels.emplace_back(
-                Toplevel{.workspace = &workspace, .handle = handle, .announced = {}, .inForce = {}});
-            zwlr_foreign_toplevel_handle_v1_add_listener(handle, &toplevelListener, &toplevel);
-        },
-    .finished = [](void*, zwlr_foreign_toplevel_manager_v1*) {}};
-
 const zwlr_foreign_toplevel_handle_v1_listener WlrToplevelWorkspace::toplevelListener{
     .title = [](void*, zwlr_foreign_toplevel_handle_v1*, const char*) {},
     .app_id = [](void* data, zwlr_foreign_toplevel_handle_v1*,
@@ -56,6 +46,16 @@ const zwlr_foreign_toplevel_handle_v1_listener WlrToplevelWorkspace::toplevelLis
             toplevel.workspace->close(toplevel);
         },
     .parent = [](void*, zwlr_foreign_toplevel_handle_v1*, zwlr_foreign_toplevel_handle_v1*) {}};
+
+const zwlr_foreign_toplevel_manager_v1_listener WlrToplevelWorkspace::managerListener{
+    .toplevel =
+        [](void* data, zwlr_foreign_toplevel_manager_v1*, zwlr_foreign_toplevel_handle_v1* handle) {
+            auto& workspace = *static_cast<WlrToplevelWorkspace*>(data);
+            auto& toplevel = workspace.toplevels.emplace_back(
+                Toplevel{.workspace = &workspace, .handle = handle, .announced = {}, .inForce = {}});
+            zwlr_foreign_toplevel_handle_v1_add_listener(handle, &toplevelListener, &toplevel);
+        },
+    .finished = [](void*, zwlr_foreign_toplevel_manager_v1*) {}};
 
 WlrToplevelWorkspace::WlrToplevelWorkspace(RunLoop& loop, std::vector<std::filesystem::path> desktopFileFolders)
     : loop(loop),

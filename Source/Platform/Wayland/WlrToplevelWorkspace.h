@@ -31,6 +31,8 @@ class WlrToplevelWorkspace final : public Workspace {
     /// Connects to the compositor that WAYLAND_DISPLAY names. `loop` outlives it.
     explicit WlrToplevelWorkspace(
         RunLoop& loop, std::vector<std::filesystem::path> desktopFileFolders = DesktopFileIndex::userFolders());
+    WlrToplevelWorkspace(const WlrToplevelWorkspace&) = delete;
+    WlrToplevelWorkspace& operator=(const WlrToplevelWorkspace&) = delete;
     ~WlrToplevelWorkspace() override;
 
     [[nodiscard]] bool isAvailable() const override { return manager.has_value(); }
@@ -53,8 +55,8 @@ class WlrToplevelWorkspace final : public Workspace {
             bool operator==(const State&) const = default;
         };
 
-        WlrToplevelWorkspace* workspace;
-        zwlr_foreign_toplevel_handle_v1* handle;
+        WlrToplevelWorkspace* workspace = nullptr;
+        zwlr_foreign_toplevel_handle_v1* handle = nullptr;
         State announced;
         State inForce;
     };
