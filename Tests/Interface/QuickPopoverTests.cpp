@@ -310,7 +310,20 @@ TEST_F(QuickPopoverTest, EscapeClosesItUnlessSomethingInItHasAUseForTheKey) {
     EXPECT_TRUE(screenBecomes([](const auto& screen) { return screen.count(bodyColor) == 0; }));
 }
 
-TEST_F(QuickPopoverTest, IsMadeAtTheFirstOpeningAndKeptFromOneToTheNext) {
+TEST_F(QuickPopoverTest, IsMadeReadyAMomentAfterTheLaunch) {
+    EXPECT_EQ(scenes, 0);
+    loop.advance(QuickPopoverHost::preparationDelay);
+    const QPointer<QObject> prepared = scene();
+    ASSERT_NE(prepared, nullptr);
+    EXPECT_FALSE(popover->isShown());
+    EXPECT_FALSE(QGuiApplication::topLevelWindows().value(0)->isVisible());
+    open(item);
+    EXPECT_EQ(scene(), prepared);
+    EXPECT_EQ(scenes, 1);
+    EXPECT_EQ(shownChanges, std::vector{true});
+}
+
+TEST_F(QuickPopoverTest, IsMadeAtAnOpeningThatComesSoonerAndKeptFromOneToTheNext) {
     EXPECT_EQ(scenes, 0);
     open(item);
     const QPointer<QObject> first = scene();

@@ -26,7 +26,8 @@ constexpr double margin = 8;
 
 class QuickPopoverHost::QuickPopover final : public Popover {
   public:
-    QuickPopover(QuickPopoverHost& host, const PopoverStyle& style) : host(host), style(style) {}
+    QuickPopover(QuickPopoverHost& host, const PopoverStyle& style)
+        : host(host), style(style), preparing(host.loop.oneShot(preparationDelay, [this] { prepare(); })) {}
     QuickPopover(const QuickPopover&) = delete;
     QuickPopover& operator=(const QuickPopover&) = delete;
     ~QuickPopover() override { performClose(); }
@@ -35,15 +36,10 @@ class QuickPopoverHost::QuickPopover final : public Popover {
 
     void show(const std::optional<Rectangle>& anchor, Edge /*preferredEdge*/) override {
         givingUp.reset();
-        if (!scene) {
-            scene = host.makeScene();
-        }
+        prepare();
         const bool wasShown = std::exchange(shown, true);
         if (!wasShown && scene->shownChanged) {
             scene->shownChanged(true);
-        }
-        if (!stage) {
-            stage = std::make_unique<Stage>(*this);
         }
         stage->show(anchor);
     }
@@ -70,7 +66,7 @@ class QuickPopoverHost::QuickPopover final : public Popover {
     }
 
   private:
-    /// Window and items, from an opening until some time after the closing.
+    /// Window and items, from before an opening until some time after the closing.
     class Stage {
       public:
         explicit Stage(QuickPopover& popover) : popover(popover) {
@@ -146,11 +142,22 @@ class QuickPopoverHost::QuickPopover final : public Popover {
         QQuickItem* content = nullptr; ///< the frame's
     };
 
+    void prepare() {
+        preparing.reset();
+        if (!scene) {
+            scene = host.makeScene();
+        }
+        if (!stage) {
+            stage = std::make_unique<Stage>(*this);
+        }
+    }
+
     QuickPopoverHost& host;
     PopoverStyle style;
     std::optional<PopoverScene> scene;
     std::unique_ptr<Stage> stage;
     bool shown = false;
+    std::unique_ptr<Timer> preparing; ///< until the first opening at the latest
     std::unique_ptr<Timer> givingUp;
 };
 

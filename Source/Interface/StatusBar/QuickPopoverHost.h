@@ -24,16 +24,18 @@ struct PopoverScene {
     std::function<void(bool isShown)> shownChanged;
 };
 
-/// Popovers drawn by Qt Quick, without a graphics processor. Nothing of Qt Quick is loaded before the first opening; a
-/// while after a closing the scene is given up, and made again for the next opening.
+/// Popovers drawn by Qt Quick, without a graphics processor. The first scene is made a moment after the launch, which
+/// ends with an opening; a while after a closing the scene is given up, and made again for the next opening.
 class QuickPopoverHost final : public PopoverHost {
   public:
     using MakeSurface = std::function<std::unique_ptr<PopoverSurface>(QWindow&)>;
 
+    /// From a popover's making to that of its scene, so that what the launch has to do first is done.
+    static constexpr Seconds preparationDelay{0.05};
     /// How long a closed popover keeps its scene, so that whoever opens it again at once waits for nothing.
     static constexpr Seconds sceneLife{30};
 
-    /// `makeSurface` makes a window a popover of this desktop, `makeScene` is called once for each popover, when it
+    /// `makeSurface` makes a window a popover of this desktop, `makeScene` is called once for each popover, before it
     /// first opens; `sceneGone` after a scene was given up, when there is memory to be given back.
     QuickPopoverHost(RunLoop& loop, MakeSurface makeSurface, std::function<PopoverScene()> makeScene,
                      std::function<void()> sceneGone);
