@@ -97,6 +97,17 @@ TEST_F(PopoverViewTest, WithTheFilterOffATapOnACardChangesNothing) {
     EXPECT_EQ(loads(), loadsBefore);
 }
 
+TEST_F(PopoverViewTest, OnASmallScreenItsViewsScrollAndTheBarStaysInReach) {
+    model.setShown(true);
+    show(test::Scene::file(QStringLiteral("Popover/PopoverView.qml")),
+         {{"model", QVariant::fromValue(&model)}, {"width", 340}, {"height", 400}});
+    EXPECT_LE(find("Quit Nocta").frame().bottom(), scene->shownIn().geometry().top() + 400);
+    const auto bar = find("Tabs").frame().top();
+    EXPECT_GT(find("Brightness").frame().top(), bar) << "not in sight";
+    find("Brightness").item()->forceActiveFocus(Qt::TabFocusReason);
+    EXPECT_TRUE(application.runUntil([&] { return find("Brightness").frame().bottom() <= bar; }));
+}
+
 TEST_F(PopoverViewTest, TheHighlightMovesToTheSelectedTabUnlessTheDesktopWantsStillness) {
     open();
     auto* const highlight = find("Tabs").item()->childItems().at(1); // the bar's ground is the first

@@ -186,6 +186,15 @@ TEST_F(QuickPopoverTest, HangsOnTheItemInsideTheWorkAreaWithCleanEdges) {
     EXPECT_EQ(scene()->property("cornerRadius").toDouble(), 0);
 }
 
+TEST_F(QuickPopoverTest, WhereThereIsLittleRoomItIsAsHighAsFits) {
+    reserveTop(300);
+    open(item);
+    // Of 500: the line of 1 above it and the margin of 8 below it.
+    ASSERT_TRUE(screenBecomes([](const auto& screen) { return screen.count(bodyColor) == 340U * 491U; }));
+    EXPECT_EQ(test::ScreenPicture().at(1000, 800 - 8 - 1), bodyColor);
+    EXPECT_EQ(scene()->property("height").toDouble(), 491);
+}
+
 TEST_F(QuickPopoverTest, WithACompositorItHasRoundedCornersAShadowAndAnArrow) {
     test::Process picom({"picom", "--config", "/dev/null"});
     const auto selection = server.atom("_NET_WM_CM_S0");

@@ -13,7 +13,7 @@ Item {
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.top: parent.top
-        height: 360
+        height: Math.min(360, parent.height)
         padding: 16
         spacing: 12
 

@@ -5,6 +5,8 @@
 #include "Interface/StatusBar/PopoverPlacement.h"
 #include "Interface/Theme.h"
 
+#include <algorithm>
+#include <cmath>
 #include <optional>
 #include <utility>
 
@@ -21,6 +23,8 @@ namespace {
 constexpr double gapToItem = 1;
 /// To the edges of the work area.
 constexpr double margin = 8;
+/// With less, more would be lost by squeezing than by what a screen cuts off.
+constexpr double leastHeight = 300;
 
 } // namespace
 
@@ -109,9 +113,14 @@ class QuickPopoverHost::QuickPopover final : public Popover {
 
         void show(const std::optional<Rectangle>& anchor) {
             const bool isTranslucent = surface->isTranslucent();
-            const auto& size = popover.style.contentSize;
-            const auto placement = placePopover(surface->surroundings(anchor), size,
-                                                gapToItem + (isTranslucent ? PopoverFrame::arrowLength : 0), margin);
+            const auto surroundings = surface->surroundings(anchor);
+            const double gap = gapToItem + (isTranslucent ? PopoverFrame::arrowLength : 0);
+            auto size = popover.style.contentSize;
+            // On a small screen its views scroll, and what stands below them stays in reach.
+            if (const double room = surroundings.workArea.height - gap - margin; room >= leastHeight) {
+                size.height = std::min(size.height, std::floor(room));
+            }
+            const auto placement = placePopover(surroundings, size, gap, margin);
             frame->arrange(isTranslucent, QSizeF(size.width, size.height), placement.facing, placement.pointer);
             if (content != nullptr) {
                 content->setPosition(frame->body().topLeft());
