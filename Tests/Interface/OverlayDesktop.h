@@ -8,6 +8,7 @@
 #include "Support/Eventually.h"
 #include "Support/ForeignWindow.h"
 #include "Support/Process.h"
+#include "Support/SessionBus.h"
 #include "Support/XServer.h"
 
 #include <chrono>
@@ -237,6 +238,7 @@ class OverlaySession : public testing::Test {
     QtRunLoop loop;
     std::optional<X11SurfaceHost> surfaces;
     std::optional<QuickWindowHost> host;
+    SessionBus bus; ///< for xfwm4, which asks there for its settings and may wait long
     std::vector<std::unique_ptr<Process>> programs;
     std::unique_ptr<OverlayWindow> window;
     bool isFadedIn = false;

@@ -5,6 +5,7 @@
 #include "Support/DrivenDisplays.h"
 #include "Support/Process.h"
 #include "Support/ScreenPicture.h"
+#include "Support/SessionBus.h"
 #include "Support/TemporaryFolder.h"
 #include "XcbApplication.h"
 
@@ -268,6 +269,7 @@ class UnderAWindowManager : public QuickPopoverTest, public testing::WithParamIn
         return window;
     }
 
+    test::SessionBus bus; // of its own for xfwm4, which asks there for its settings and may wait long
     test::Process manager{GetParam(), {{"XDG_CONFIG_HOME", folder.path()}}};
 };
 
