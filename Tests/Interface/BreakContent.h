@@ -6,6 +6,17 @@
 
 namespace nocta::test {
 
+/// The window of a break over `screen`.
+inline OverlayWindowStyle breakStyle(const Rectangle& screen) {
+    return {.contentRect = screen,
+            .backgroundColor = {.red = 0.05, .green = 0.03, .blue = 0, .alpha = 0.95},
+            .isOpaque = false,
+            .alphaValue = 0,
+            .canJoinAllSpaces = true,
+            .fullScreenAuxiliary = true,
+            .ignoresCycle = true};
+}
+
 /// What a break shows with that many seconds left.
 inline OverlayContent breakContent(int remaining, int duration = 20) {
     const Color cream{.red = 1.0, .green = 0.92, .blue = 0.78};

@@ -47,14 +47,7 @@ class LayerOverlay : public testing::Test {
 
     void present(Seconds fade = Seconds(0.05)) {
         const auto screen = host->mainScreen().value_or(host->screens().front());
-        window = host->makeOverlayWindow({.contentRect = screen.frame,
-                                          .backgroundColor = {.red = 0.05, .green = 0.03, .blue = 0, .alpha = 0.95},
-                                          .isOpaque = false,
-                                          .alphaValue = 0,
-                                          .canJoinAllSpaces = true,
-                                          .fullScreenAuxiliary = true,
-                                          .ignoresCycle = true},
-                                         [this] { ++skips; });
+        window = host->makeOverlayWindow(breakStyle(screen.frame), [this] { ++skips; });
         window->setContent(breakContent(20));
         window->orderFrontRegardless();
         host->activateIgnoringOtherApps();

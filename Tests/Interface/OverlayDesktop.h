@@ -10,6 +10,7 @@
 #include "Support/Process.h"
 #include "Support/SessionBus.h"
 #include "Support/XServer.h"
+#include "WaitingLoop.h"
 
 #include <chrono>
 #include <memory>
@@ -18,10 +19,7 @@
 #include <vector>
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QEventLoop>
 #include <QImage>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -126,27 +124,6 @@ class OverlaySession : public testing::Test {
         return compositor;
     }
 
-    /// False when `condition` does not hold within `patience`, which is far beyond what it should take.
-    template <class Condition>
-    bool runUntil(Condition condition, std::chrono::milliseconds patience = std::chrono::seconds(10)) {
-        const QDeadlineTimer deadline(patience);
-        bool holds = condition();
-        if (!holds) {
-            // A loop that waits, as the program's does: Qt sends what it has for the server before it waits.
-            QEventLoop events;
-            QTimer check;
-            QObject::connect(&check, &QTimer::timeout, &events, [&] {
-                holds = condition();
-                if (holds || deadline.hasExpired()) {
-                    events.quit();
-                }
-            });
-            check.start(2);
-            events.exec();
-        }
-        return holds;
-    }
-
     /// Lets the program run for that long, for what must not happen.
     void runFor(std::chrono::milliseconds duration) {
         runUntil([] { return false; }, duration);
@@ -163,14 +140,7 @@ class OverlaySession : public testing::Test {
 
     void makeWindow() {
         const auto screen = host->mainScreen().value_or(host->screens().front());
-        window = host->makeOverlayWindow({.contentRect = screen.frame,
-                                          .backgroundColor = {.red = 0.05, .green = 0.03, .blue = 0, .alpha = 0.95},
-                                          .isOpaque = false,
-                                          .alphaValue = 0,
-                                          .canJoinAllSpaces = true,
-                                          .fullScreenAuxiliary = true,
-                                          .ignoresCycle = true},
-                                         [this] { ++skips; });
+        window = host->makeOverlayWindow(breakStyle(screen.frame), [this] { ++skips; });
         window->setContent(breakContent(20));
     }
 
