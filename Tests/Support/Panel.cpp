@@ -1,9 +1,10 @@
 #include "Support/Panel.h"
 
+#include "Support/XfceSettings.h"
+
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <stdexcept>
 
 namespace nocta::test {
 
@@ -78,17 +79,6 @@ void write(const std::filesystem::path& file, const char* text) {
     std::ofstream(file) << text;
 }
 
-/// It lies in the folder of the machine's architecture, outside PATH.
-std::string settingsProgram() {
-    for (const auto& folder : std::filesystem::directory_iterator("/usr/lib")) {
-        const auto program = folder.path() / "xfce4/xfconf/xfconfd";
-        if (std::filesystem::exists(program)) {
-            return program;
-        }
-    }
-    throw std::runtime_error("no xfconfd");
-}
-
 } // namespace
 
 Panel::Panel(PanelKind kind)
@@ -126,7 +116,7 @@ void Panel::start() {
     switch (kind) {
     case PanelKind::xfce:
         if (!settings) {
-            settings = std::make_unique<Process>(std::vector<std::string>{settingsProgram()}, environment);
+            settings = std::make_unique<Process>(std::vector<std::string>{xfceSettingsProgram()}, environment);
         }
         panel = std::make_unique<Process>(std::vector<std::string>{"xfce4-panel", "--disable-wm-check"}, environment);
         break;
