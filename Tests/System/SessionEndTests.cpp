@@ -56,11 +56,11 @@ class ManagedSession : public Desktop {
         return std::make_unique<Process>(std::vector<std::string>{"xfce4-session"}, variables);
     }
 
-    /// As soon as the manager has done with the login.
+    /// As soon as the manager has done with the login. It is not to remember what ran: it would start Nocta twice.
     void logOut() const {
         EXPECT_TRUE(eventually([this] {
             Process call({"gdbus", "call", "--session", "--dest", "org.xfce.SessionManager", "--object-path",
-                          "/org/xfce/SessionManager", "--method", "org.xfce.Session.Manager.Logout", "false", "true"},
+                          "/org/xfce/SessionManager", "--method", "org.xfce.Session.Manager.Logout", "false", "false"},
                          environment());
             return call.waitForEnd() == cleanExit;
         }));
