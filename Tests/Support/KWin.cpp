@@ -1,0 +1,130 @@
+#include "Support/KWin.h"
+
+#include "Support/Eventually.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+#include <dbus/dbus.h>
+
+namespace nocta::test {
+
+namespace {
+
+std::filesystem::path makeFolder(const std::filesystem::path& path) {
+    std::filesystem::create_directory(path);
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    return path;
+}
+
+/// The packaged program carries a capability, with which not every machine lets it start; a copy does not. It goes by
+/// its name: under another one it does not find a part of itself.
+std::filesystem::path copyProgram(const std::filesystem::path& folder) {
+    const auto program = folder / "kwin_wayland";
+    std::filesystem::copy_file("/usr/bin/kwin_wayland", program);
+    return program;
+}
+
+using Connection = std::unique_ptr<DBusConnection, void (*)(DBusConnection*)>;
+
+/// A connection of its own for each question: nothing has to be served in between. Null where no bus answers.
+Connection connectTo(const std::string& address) {
+    Connection connection(dbus_connection_open_private(address.c_str(), nullptr), [](DBusConnection* open) {
+        dbus_connection_close(open);
+        dbus_connection_unref(open);
+    });
+    if (connection) {
+        dbus_connection_set_exit_on_disconnect(connection.get(), 0);
+        if (dbus_bus_register(connection.get(), nullptr) == 0) {
+            connection.reset();
+        }
+    }
+    return connection;
+}
+
+} // namespace
+
+KWin::KWin(std::size_t outputs, Drawing drawing)
+    : outputs(outputs), drawing(drawing), waylandSocket(makeFolder(folder.path() / "runtime") / "wayland-0") {
+    makeFolder(folder.path() / "home");
+    copyProgram(folder.path());
+    start();
+    setenv("WAYLAND_DISPLAY", waylandSocket.c_str(), 1);
+    unsetenv("DISPLAY");
+}
+
+KWin::~KWin() {
+    unsetenv("WAYLAND_DISPLAY");
+    kill();
+}
+
+void KWin::kill() {
+    process->signal(SIGKILL);
+    process->waitForEnd();
+}
+
+void KWin::restart() {
+    kill();
+    start();
+}
+
+void KWin::start() {
+    const auto home = folder.path() / "home";
+    process = std::make_unique<Process>(std::vector<std::string>{folder.path() / "kwin_wayland", "--virtual", "--width",
+                                                                 "1280", "--height", "800", "--output-count",
+                                                                 std::to_string(outputs), "--no-lockscreen", "--socket",
+                                                                 waylandSocket.filename()},
+                                        Process::Environment{{"HOME", home},
+                                                             {"XDG_RUNTIME_DIR", waylandSocket.parent_path()},
+                                                             {"XDG_CONFIG_HOME", ""},
+                                                             {"XDG_CACHE_HOME", ""},
+                                                             {"XDG_DATA_HOME", ""},
+                                                             {"XDG_STATE_HOME", ""},
+                                                             {"XDG_CURRENT_DESKTOP", "KDE"},
+                                                             {"KWIN_COMPOSE", drawing == Drawing::simple ? "Q" : "O2"},
+                                                             // For programs that no desktop has installed.
+                                                             {"KWIN_WAYLAND_NO_PERMISSION_CHECKS", "1"},
+                                                             {"KWIN_SCREENSHOT_NO_PERMISSION_CHECKS", "1"},
+                                                             {"LIBGL_ALWAYS_SOFTWARE", "1"},
+                                                             {"QT_QPA_PLATFORM", ""},
+                                                             {"QT_PLUGIN_PATH", ""},
+                                                             {"DISPLAY", ""},
+                                                             {"WAYLAND_DISPLAY", ""}});
+    // Of what it has on the bus it names this last, and answers for it in its own loop.
+    const bool hasStarted = eventually([this] { return std::filesystem::exists(waylandSocket) && temperature(); },
+                                       std::chrono::seconds(30));
+    if (!hasStarted) {
+        throw std::runtime_error("no kwin_wayland: " + process->errors());
+    }
+}
+
+std::optional<std::uint32_t> KWin::temperature() const {
+    const auto connection = connectTo(sessionBus.address());
+    if (!connection) {
+        return std::nullopt;
+    }
+    const std::unique_ptr<DBusMessage, void (*)(DBusMessage*)> question(
+        dbus_message_new_method_call("org.kde.NightColor", "/ColorCorrect", "org.freedesktop.DBus.Properties", "Get"),
+        &dbus_message_unref);
+    const char* interface = "org.kde.kwin.ColorCorrect";
+    const char* property = "currentTemperature";
+    dbus_message_append_args(question.get(), DBUS_TYPE_STRING, &interface, DBUS_TYPE_STRING, &property,
+                             DBUS_TYPE_INVALID);
+    constexpr int patience = 5000; // milliseconds
+    const std::unique_ptr<DBusMessage, void (*)(DBusMessage*)> answer(
+        dbus_connection_send_with_reply_and_block(connection.get(), question.get(), patience, nullptr),
+        &dbus_message_unref);
+    DBusMessageIter value;
+    DBusMessageIter content;
+    if (!answer || dbus_message_iter_init(answer.get(), &value) == 0) {
+        return std::nullopt;
+    }
+    dbus_message_iter_recurse(&value, &content);
+    std::uint32_t kelvin = 0;
+    dbus_message_iter_get_basic(&content, &kelvin);
+    return kelvin;
+}
+
+} // namespace nocta::test
