@@ -67,8 +67,8 @@ void CircadianScheduler::tick() {
     if (!state.scheduleEnabled.get() || !state.filterEnabled.get()) {
         return;
     }
-    const auto [sunrise, sunset] = sunTimes();
-    const auto id = presetID(Platform::current().clock->now(), sunrise, sunset);
+    const auto [rise, set] = sunTimes();
+    const auto id = presetID(Platform::current().clock->now(), rise, set);
     if (id == state.activePresetID.get()) {
         return;
     }
