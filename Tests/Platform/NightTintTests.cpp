@@ -1,0 +1,152 @@
+// Held to the colours that the installed KWin has in its library.
+
+#include "Core/ColorTemperature.h"
+#include "Core/GammaTable.h"
+#include "Platform/KWin/NightTint.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace nocta {
+namespace {
+
+/// KWin's colours from 1000 K in steps of 100 K, red, green and blue each, as its library has them.
+class ColoursOfKWin {
+  public:
+    ColoursOfKWin() {
+        for (const auto& folder : std::filesystem::directory_iterator("/usr/lib")) {
+            const auto library = folder.path() / "libkwin.so.5";
+            if (std::filesystem::exists(library)) {
+                read(library);
+            }
+        }
+        if (colours.empty()) {
+            throw std::runtime_error("no colours of KWin's");
+        }
+    }
+
+    [[nodiscard]] White at(double kelvin) const {
+        const double place = (kelvin - 1000) / 100;
+        const auto below = std::min(static_cast<std::size_t>(place), colours.size() - 2);
+        const double way = place - static_cast<double>(below);
+        const auto between = [&](std::size_t channel) {
+            return std::lerp(colours[below][channel], colours[below + 1][channel], way);
+        };
+        return {.red = between(0), .green = between(1), .blue = between(2)};
+    }
+
+    /// The temperature from 1000 to 6500 K whose colour is nearest, found by trying every one. Only those channels
+    /// count that weigh something.
+    [[nodiscard]] double nearest(const White& white, double weightOfGreen = 1, double weightOfBlue = 1) const {
+        double found = 0;
+        double least = std::numeric_limits<double>::infinity();
+        for (double kelvin = 1000; kelvin <= 6500; ++kelvin) {
+            const auto colour = at(kelvin);
+            const double distance =
+                std::hypot(weightOfGreen * (colour.green - white.green), weightOfBlue * (colour.blue - white.blue));
+            if (distance < least) {
+                least = distance;
+                found = kelvin;
+            }
+        }
+        return found;
+    }
+
+  private:
+    using Colour = std::array<float, 3>;
+
+    void read(const std::filesystem::path& library) {
+        std::ifstream file(library, std::ios::binary);
+        const std::string bytes((std::istreambuf_iterator<char>(file)), {});
+        // That of a black body of 1000 K, with which such tables begin.
+        constexpr Colour first{1.0F, 0.18172716F, 0.0F};
+        std::string beginning(sizeof first, '\0');
+        std::memcpy(beginning.data(), first.data(), sizeof first);
+        const auto place = bytes.find(beginning);
+        if (place != std::string::npos) {
+            colours.resize(56);
+            std::memcpy(colours.data(), bytes.data() + place, colours.size() * sizeof(Colour));
+        }
+    }
+
+    std::vector<Colour> colours;
+};
+
+/// In kelvin: a third of the steps of 50 K in which KWin moves.
+constexpr double tolerance = 50.0 / 3;
+
+/// The white of the table that the filter engine loads.
+White loaded(int kelvin, double brightness) {
+    const auto factors = kelvinToRGB(kelvin);
+    const auto table = GammaTable::build(factors.r, factors.g, factors.b, brightness);
+    return {.red = table.red.back(), .green = table.green.back(), .blue = table.blue.back()};
+}
+
+TEST(NightTint, FindsBackWhatKWinShows) {
+    const ColoursOfKWin colours;
+    for (int kelvin = 1000; kelvin <= 6500; kelvin += 10) {
+        for (const double brightness : {0.3, 0.7, 1.0}) {
+            const auto white = colours.at(kelvin);
+            const auto tint = NightTint::nearest(
+                {.red = brightness * white.red, .green = brightness * white.green, .blue = brightness * white.blue});
+            EXPECT_NEAR(tint.kelvin, kelvin, tolerance) << brightness;
+            EXPECT_NEAR(tint.brightness, brightness, 1e-9);
+        }
+    }
+}
+
+TEST(NightTint, ComesNearestToAnyFilter) {
+    const ColoursOfKWin colours;
+    const auto seed = std::random_device()();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::minstd_rand random(seed);
+    std::uniform_int_distribution<int> kelvins(1900, 6500);
+    std::uniform_real_distribution<double> factors(0.3, 1.0);
+    for (int i = 0; i < 500; ++i) {
+        const int kelvin = i == 0 ? 1900 : i == 1 ? 6500 : kelvins(random);
+        const double brightness = i % 10 == 0 ? 1.0 : factors(random);
+        const auto tint = NightTint::nearest(loaded(kelvin, brightness));
+        const auto white = loaded(kelvin, 1.0);
+        EXPECT_NEAR(tint.kelvin, colours.nearest(white), tolerance) << kelvin << ' ' << brightness;
+        // Between what green and what blue alone would ask for.
+        const auto [least, most] = std::minmax({colours.nearest(white, 1, 0), colours.nearest(white, 0, 1)});
+        EXPECT_GE(tint.kelvin, least - tolerance) << kelvin << ' ' << brightness;
+        EXPECT_LE(tint.kelvin, most + tolerance) << kelvin << ' ' << brightness;
+        EXPECT_NEAR(tint.brightness, brightness, 1e-6);
+    }
+}
+
+TEST(NightTint, OfAWhiteThatIsNoneStaysWithinWhatKWinTakes) {
+    const double none = std::numeric_limits<double>::quiet_NaN();
+    const double infinite = std::numeric_limits<double>::infinity();
+    for (const double red : {none, -1.0, 0.0, 1e-300, 0.5, 1.0, 7.0, infinite}) {
+        for (const double green : {none, -infinite, 0.0, 1e-300, 0.5, 1.0, 7.0}) {
+            for (const double blue : {none, -1.0, 0.0, 1e-300, 0.5, 1.0, infinite}) {
+                const auto tint = NightTint::nearest({.red = red, .green = green, .blue = blue});
+                EXPECT_GE(tint.kelvin, NightTint::warmest);
+                EXPECT_LE(tint.kelvin, NightTint::neutral);
+                EXPECT_GE(tint.brightness, 0.0);
+                EXPECT_LE(tint.brightness, 1.0);
+            }
+        }
+    }
+    EXPECT_EQ(NightTint::nearest({.red = 0, .green = 0, .blue = 0}).brightness, 0.0);
+    EXPECT_EQ(NightTint::nearest({.red = 7, .green = 7, .blue = 7}).brightness, 1.0);
+    EXPECT_EQ(NightTint::nearest({.red = 1, .green = 1, .blue = 1}).kelvin, NightTint::neutral);
+    EXPECT_EQ(NightTint::nearest({.red = 1, .green = 0, .blue = 0}).kelvin, NightTint::warmest);
+}
+
+} // namespace
+} // namespace nocta
