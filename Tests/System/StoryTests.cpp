@@ -235,6 +235,24 @@ TEST_F(PersonsDay, ABreakOverTheOpenPopoverGivesTheKeyboardBackToIt) {
     }));
 }
 
+TEST_F(PersonsDay, APopoverOpenedDuringABreakHasTheKeyboardAfterIt) {
+    writeSettings("[General]\nbreaksEnabled=true\nbreakIntervalMinutes=1440\nbreakDurationSeconds=3\n");
+    const Process writer({"xterm", "-name", "some", "-class", "Writer"}, environment());
+    (void)windows.await("Writer");
+    launch();
+    closePopover();
+    nocta->write("break\n");
+    ASSERT_TRUE(eventually([this] { return place("Skip break").has_value(); }));
+    EXPECT_EQ(startNocta()->waitForEnd(), cleanExit);
+    ASSERT_TRUE(popoverOpens());
+    ASSERT_TRUE(eventually([this] { return !place("Skip break"); }));
+    ASSERT_TRUE(popoverIsShown());
+    EXPECT_TRUE(eventually([this] {
+        press("Escape");
+        return !popoverIsShown();
+    }));
+}
+
 TEST_F(PersonsDay, WithTheKeyboardAloneTheyPickAPresetAndQuit) {
     launch();
     walkTo("Natural, 6500K");

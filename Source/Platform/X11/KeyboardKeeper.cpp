@@ -58,9 +58,17 @@ void KeyboardKeeper::giveBack() {
         return;
     }
     auto next = owners.front();
-    if (next > XCB_INPUT_FOCUS_POINTER_ROOT && !isViewable(next)) {
-        const auto last =
-            std::find_if(owners.rbegin(), owners.rend(), [this](auto other) { return isViewable(other); });
+    const auto lastViewable = [this](const auto& isWanted) {
+        return std::find_if(owners.rbegin(), owners.rend(),
+                            [&](auto other) { return isWanted(other) && isViewable(other); });
+    };
+    const auto isOurs = [](auto other) {
+        return std::ranges::find(keepers(), other, &KeyboardKeeper::window) != keepers().end();
+    };
+    if (const auto ours = lastViewable(isOurs); ours != owners.rend()) {
+        next = *ours;
+    } else if (next > XCB_INPUT_FOCUS_POINTER_ROOT && !isViewable(next)) {
+        const auto last = lastViewable([](auto /*other*/) { return true; });
         next = last != owners.rend() ? *last : xcb_window_t{XCB_INPUT_FOCUS_POINTER_ROOT};
     }
     xcb_set_input_focus(server.get(), XCB_INPUT_FOCUS_PARENT, next, XCB_CURRENT_TIME);

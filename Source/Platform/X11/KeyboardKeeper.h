@@ -17,9 +17,10 @@ class KeyboardKeeper {
 
     /// Takes the focus, unless the window has it; whether it had to. The window must be viewable.
     bool take();
-    /// Gives the focus, if the window still has it, to the window that had it first, or where that is not on the screen
-    /// any more, to whichever has asked for it last. Where it was taken from another window of ours, which may end
-    /// first, those that one would give it to count as well.
+    /// Gives the focus, if the window still has it, to another window of ours that is on the screen and has asked for it;
+    /// else to the window that had it first, or where that is not on the screen any more, to whichever has asked for it
+    /// last. Where it was taken from another window of ours, which may end first, those that one would give it to count
+    /// as well.
     void giveBack();
 
   private:
