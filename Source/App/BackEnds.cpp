@@ -3,6 +3,7 @@
 #include "App/NoDisplayService.h"
 #include "App/SessionStatusBar.h"
 #include "Platform/DBus/NotifierStatusItem.h"
+#include "Platform/DBus/PortalEventMonitor.h"
 #include "Platform/Sway/SwayEventMonitor.h"
 #include "Platform/Wayland/LayerPopoverSurface.h"
 #include "Platform/Wayland/LayerSurfaceHost.h"
@@ -49,7 +50,12 @@ std::unique_ptr<Service> make(RunLoop& loop) {
 
 constexpr std::array<Make<Workspace>, 2> workspaces{&make<Workspace, WlrToplevelWorkspace>,
                                                     &make<Workspace, EwmhWorkspace>};
-constexpr std::array<Make<EventMonitor>, 1> waylandEventMonitors{&make<EventMonitor, SwayEventMonitor>};
+std::unique_ptr<EventMonitor> makePortalEventMonitor(RunLoop& /*loop*/) {
+    return std::make_unique<PortalEventMonitor>();
+}
+
+constexpr std::array<Make<EventMonitor>, 2> waylandEventMonitors{&make<EventMonitor, SwayEventMonitor>,
+                                                                 &makePortalEventMonitor};
 constexpr std::array<Make<EventMonitor>, 1> x11EventMonitors{&make<EventMonitor, XInputEventMonitor>};
 
 /// Whether Qt's windows are on a Wayland compositor itself, and not on the X server that it runs for others: then that
@@ -107,7 +113,7 @@ std::unique_ptr<Workspace> makeWorkspace(RunLoop& loop) {
 }
 
 std::unique_ptr<EventMonitor> makeEventMonitor(RunLoop& loop) {
-    return firstAvailable(isOnWayland() ? waylandEventMonitors : x11EventMonitors, loop);
+    return isOnWayland() ? firstAvailable(waylandEventMonitors, loop) : firstAvailable(x11EventMonitors, loop);
 }
 
 std::unique_ptr<SurfaceHost> makeSurfaceHost(RunLoop& loop) {

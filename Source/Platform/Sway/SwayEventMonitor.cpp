@@ -60,42 +60,17 @@ QJsonObject objectOf(const std::string& json) {
     return QJsonDocument::fromJson(QByteArray::fromStdString(json)).object();
 }
 
-class NoToken final : public EventMonitorToken {};
-
 } // namespace
-
-class SwayEventMonitor::Token final : public EventMonitorToken {
-  public:
-    Token(SwayEventMonitor& owner, std::shared_ptr<KeyMonitor> monitor) : owner(owner), monitor(std::move(monitor)) {}
-    Token(const Token&) = delete;
-    Token& operator=(const Token&) = delete;
-    ~Token() override {
-        *monitor = nullptr;
-        std::erase(owner.keyMonitors, monitor);
-        if (owner.keyMonitors.empty()) {
-            owner.end();
-        }
-    }
-
-  private:
-    SwayEventMonitor& owner;
-    std::shared_ptr<KeyMonitor> monitor;
-};
 
 SwayEventMonitor::SwayEventMonitor(RunLoop& loop) : loop(loop), available(SwaySocket().isConnected()) {}
 
 std::unique_ptr<EventMonitorToken>
 SwayEventMonitor::addGlobalKeyDownMonitor(std::function<void(const KeyEvent&)> handler) {
-    auto monitor = std::make_shared<KeyMonitor>(std::move(handler));
-    keyMonitors.push_back(monitor);
-    if (keyMonitors.size() == 1) {
-        begin();
-    }
-    return std::make_unique<Token>(*this, std::move(monitor));
+    return monitors.add(std::move(handler));
 }
 
 std::unique_ptr<EventMonitorToken> SwayEventMonitor::addGlobalMouseDownMonitor(std::function<void()> /*handler*/) {
-    return std::make_unique<NoToken>();
+    return std::make_unique<EventMonitorToken>();
 }
 
 void SwayEventMonitor::begin() {
@@ -150,13 +125,7 @@ void SwayEventMonitor::handle(const SwayMessage& message) {
     for (const auto& name : binding[QStringLiteral("event_state_mask")].toArray()) {
         key.modifierFlags |= modifierFlag(name.toString());
     }
-    const auto called = keyMonitors;
-    for (const auto& monitor : called) {
-        // It may end its own monitor, and has ended when another one ended it.
-        if (const auto handler = *monitor) {
-            handler(key);
-        }
-    }
+    monitors.report(key);
 }
 
 } // namespace nocta

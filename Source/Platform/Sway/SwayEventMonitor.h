@@ -1,13 +1,13 @@
 #pragma once
 
 #include "Platform/EventMonitor.h"
+#include "Platform/KeyMonitors.h"
 #include "Platform/RunLoop.h"
 #include "Platform/Sway/SwaySocket.h"
 
 #include <functional>
 #include <memory>
 #include <optional>
-#include <vector>
 
 namespace nocta {
 
@@ -32,10 +32,6 @@ class SwayEventMonitor final : public EventMonitor {
     [[nodiscard]] std::unique_ptr<EventMonitorToken> addGlobalMouseDownMonitor(std::function<void()> handler) override;
 
   private:
-    /// Empty once it has ended.
-    using KeyMonitor = std::function<void(const KeyEvent&)>;
-    class Token;
-
     void begin();
     void end();
     void serve();
@@ -43,7 +39,7 @@ class SwayEventMonitor final : public EventMonitor {
 
     RunLoop& loop;
     bool available;
-    std::vector<std::shared_ptr<KeyMonitor>> keyMonitors;
+    KeyMonitors monitors{[this] { begin(); }, [this] { end(); }};
     std::optional<SwaySocket> events; ///< while keys are monitored
     std::unique_ptr<RunLoopSource> watch;
 };
