@@ -52,11 +52,11 @@ struct RemoteControl::Method {
     QStringList arguments; ///< the names of its texts: no method takes anything else
     std::function<std::optional<RemoteError>(const QStringList& arguments)> call;
 
-    [[nodiscard]] QString signature() const { return QString(arguments.size(), QLatin1Char('s')); }
+    [[nodiscard]] QString signature() const { return {arguments.size(), QLatin1Char('s')}; }
 };
 
-RemoteControl::RemoteControl(const QDBusConnection& bus, Actions actions)
-    : bus(bus), actions(std::move(actions)), methods(makeMethods()) {
+RemoteControl::RemoteControl(QDBusConnection bus, Actions actions)
+    : bus(std::move(bus)), actions(std::move(actions)), methods(makeMethods()) {
     // Nothing is read before the program has launched: the filter comes first.
     announcement = Platform::current().runLoop->oneShot(Seconds(0), [this] {
         subscriptions.push_back(AppState::shared().observeWillChange([this] { announceLater(); }));

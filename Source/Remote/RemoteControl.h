@@ -29,7 +29,7 @@ class RemoteControl final : public QDBusVirtualObject {
     /// Changes of properties are announced on `bus`, which need not be connected, at the next turn of the run loop.
     /// Whoever owns the object on that bus hands its calls to `handleMessage`. The platform is installed and outlives
     /// this.
-    RemoteControl(const QDBusConnection& bus, Actions actions);
+    RemoteControl(QDBusConnection bus, Actions actions);
     RemoteControl(const RemoteControl&) = delete;
     RemoteControl& operator=(const RemoteControl&) = delete;
     ~RemoteControl() override;

@@ -68,7 +68,7 @@ class BusApplicationHost::RemoteObject final : public QDBusVirtualObject {
     </method>
   </interface>
 )");
-        return other ? own + other->introspect(path) : own;
+        return other != nullptr ? own + other->introspect(path) : own;
     }
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
@@ -78,10 +78,11 @@ class BusApplicationHost::RemoteObject final : public QDBusVirtualObject {
         if (message.interface() == introspectableInterface) {
             return false; // the library answers it with `introspect`
         }
-        if (message.interface() != applicationInterface && other && other->handleMessage(message, connection)) {
+        if (message.interface() != applicationInterface && other != nullptr &&
+            other->handleMessage(message, connection)) {
             return true;
         }
-        const auto method = std::ranges::find(methods, message.member(), &Method::name);
+        const auto* const method = std::ranges::find(methods, message.member(), &Method::name);
         if (message.interface() != applicationInterface || method == methods.end()) {
             // The library would say that there is no such object.
             connection.send(message.createErrorReply(

@@ -62,7 +62,7 @@ class PortalAppearance::Settings {
 
   private:
     /// Asks for everything at once: the portal leaves out what it does not know.
-    void read(QDBusConnection bus) {
+    void read(const QDBusConnection& bus) {
         auto call =
             QDBusMessage::createMethodCall(serviceName, objectPath, settingsInterface, QStringLiteral("ReadAll"));
         call << QStringList{portalNamespace, gnomeNamespace, kdeNamespace};

@@ -58,11 +58,11 @@ class SimulatedStatusBar final : public StatusBar {
             current = button;
             bar.recordedButtons.push_back(button);
         }
-        void setAction(std::uint32_t mask, std::function<void()> action) override {
-            bar.mask = mask;
-            bar.action = std::move(action);
+        void setAction(std::uint32_t newMask, std::function<void()> newAction) override {
+            bar.mask = newMask;
+            bar.action = std::move(newAction);
         }
-        void setMenu(std::vector<MenuEntry> entries) override { bar.entries = std::move(entries); }
+        void setMenu(std::vector<MenuEntry> newEntries) override { bar.entries = std::move(newEntries); }
         [[nodiscard]] std::optional<Rectangle> frame() const override { return bar.frame; }
         [[nodiscard]] bool isDrawnByHost() const override { return bar.isDrawnByHost; }
         void setHostObserver(std::function<void(bool)> observer) override { bar.hostObserver = std::move(observer); }

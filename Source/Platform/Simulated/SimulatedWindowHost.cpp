@@ -55,7 +55,7 @@ double SimulatedWindow::alpha() const {
     return std::lerp(alphaBefore, fade.alpha, progressAt(elapsed / fade.duration, fade.timing));
 }
 
-bool SimulatedWindow::pressSkip() {
+bool SimulatedWindow::pressSkip() const {
     if (!isOnScreen() || isFadingOut() || madeStyle.ignoresMouseEvents) {
         return false;
     }

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include <poll.h>
@@ -36,13 +37,14 @@ std::uint32_t numberAt(std::string_view bytes, std::size_t place) {
 }
 
 int connectToSway() {
-    const char* path = std::getenv("SWAYSOCK");
+    const char* variable = std::getenv("SWAYSOCK");
+    const std::string_view path(variable != nullptr ? variable : "");
     sockaddr_un address{};
-    if (path == nullptr || *path == '\0' || std::strlen(path) >= sizeof address.sun_path) {
+    if (path.empty() || path.size() >= sizeof address.sun_path) {
         return -1;
     }
     address.sun_family = AF_UNIX;
-    std::strcpy(static_cast<char*>(address.sun_path), path);
+    path.copy(static_cast<char*>(address.sun_path), path.size());
     const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (descriptor < 0) {
         return -1;

@@ -44,11 +44,11 @@ const wl_registry_listener WaylandClient::registryListener{
 
 const wl_callback_listener WaylandClient::questionListener{
     .done = [](void* data, wl_callback* callback, std::uint32_t) {
-        auto& questions = static_cast<WaylandClient*>(data)->questions;
-        const auto question = std::ranges::find(questions, callback, &Question::callback);
+        auto& all = static_cast<WaylandClient*>(data)->questions;
+        const auto question = std::ranges::find(all, callback, &Question::callback);
         const auto onDone = std::move(question->onDone);
         wl_callback_destroy(callback);
-        questions.erase(question);
+        all.erase(question);
         onDone();
     }};
 

@@ -43,8 +43,8 @@ class OverlayStacking {
     [[nodiscard]] std::vector<Sibling> overlapping(bool onlyAbove) const;
     [[nodiscard]] Frame ownFrame() const;
     [[nodiscard]] bool mayBeLocker(const Sibling& sibling) const;
-    /// Whether a window manager has taken care of the window or of one in it.
-    [[nodiscard]] bool isManaged(xcb_window_t window, int depth) const;
+    /// Whether a window manager has taken care of that window or of one in it.
+    [[nodiscard]] bool isManaged(xcb_window_t candidate, int depth) const;
     [[nodiscard]] bool isKeyboardGrabbed() const;
     void place(std::uint32_t mode, xcb_window_t sibling) const;
 

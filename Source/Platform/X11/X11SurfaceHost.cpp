@@ -103,7 +103,8 @@ class X11Overlay final : public OverlaySurface {
         watchScreens();
         followScreen();
     }
-
+    X11Overlay(const X11Overlay&) = delete;
+    X11Overlay& operator=(const X11Overlay&) = delete;
     ~X11Overlay() override {
         releaseKeyboard();
         window.hide();

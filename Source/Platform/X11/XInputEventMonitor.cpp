@@ -97,6 +97,7 @@ std::unique_ptr<EventMonitorToken> XInputEventMonitor::add(Monitors<Monitor>& mo
 
 template <class Monitor, class... Arguments>
 void XInputEventMonitor::call(const Monitors<Monitor>& monitors, const Arguments&... arguments) {
+    // They come and go meanwhile. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const auto called = monitors;
     for (const auto& monitor : called) {
         // It may end its own monitor, and has ended when another one ended it.
