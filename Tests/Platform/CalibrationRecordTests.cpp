@@ -1,4 +1,4 @@
-#include "Platform/X11/CalibrationRecord.h"
+#include "Platform/Calibration/CalibrationRecord.h"
 
 #include <algorithm>
 #include <cstring>
@@ -21,13 +21,17 @@ CalibrationRecord arbitraryRecord() {
             {.crtc = *rc::gen::arbitrary<std::uint32_t>(),
              .values = *rc::gen::container<std::vector<std::uint16_t>>(3 * size, rc::gen::arbitrary<std::uint16_t>())});
     }
+    record.session = *rc::gen::arbitrary<std::string>();
+    record.clientName = *rc::gen::arbitrary<std::string>();
     return record;
 }
 
 CalibrationRecord twoDisplays() {
     return {.owner = 42,
             .client = 0x600001,
-            .displays = {{.crtc = 63, .values = {1, 2, 3, 4, 5, 6}}, {.crtc = 64, .values = {7, 8, 9}}}};
+            .displays = {{.crtc = 63, .values = {1, 2, 3, 4, 5, 6}}, {.crtc = 64, .values = {7, 8, 9}}},
+            .session = "there",
+            .clientName = ":1.5"};
 }
 
 RC_GTEST_PROP(CalibrationRecord, ComesBackAsItWasEncoded, ()) {
@@ -79,6 +83,7 @@ TEST(CalibrationRecord, CountsAndSizesBeyondItsBytesAreNoticedBehindARightChecks
     constexpr std::size_t countOffset = 32;
     constexpr std::size_t firstSizeOffset = 44;
     constexpr std::size_t clientOffset = 24;
+    constexpr std::size_t sessionOffset = 40 + 8 + 12 + 8 + 6;
     EXPECT_FALSE(CalibrationRecord::decode(forged(countOffset, 1, 8))) << "bytes left over";
     EXPECT_FALSE(CalibrationRecord::decode(forged(countOffset, 3, 8)));
     EXPECT_FALSE(CalibrationRecord::decode(forged(countOffset, UINT64_MAX, 8)));
@@ -86,6 +91,11 @@ TEST(CalibrationRecord, CountsAndSizesBeyondItsBytesAreNoticedBehindARightChecks
     EXPECT_FALSE(CalibrationRecord::decode(forged(firstSizeOffset, 0, 4)));
     EXPECT_FALSE(CalibrationRecord::decode(forged(firstSizeOffset, 3, 4)));
     EXPECT_FALSE(CalibrationRecord::decode(forged(firstSizeOffset, UINT32_MAX, 4)));
+    EXPECT_TRUE(CalibrationRecord::decode(forged(sessionOffset, 5, 4)));
+    EXPECT_FALSE(CalibrationRecord::decode(forged(sessionOffset, 4, 4)));
+    EXPECT_FALSE(CalibrationRecord::decode(forged(sessionOffset, 14, 4)));
+    EXPECT_FALSE(CalibrationRecord::decode(forged(sessionOffset, UINT32_MAX, 4)));
+    EXPECT_FALSE(CalibrationRecord::decode(forged(sessionOffset + 4 + 5, 5, 4)));
 }
 
 TEST(CalibrationRecord, AHeaderThatClaimsMoreThanAnyMachineNeedsIsNone) {

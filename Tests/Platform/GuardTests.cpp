@@ -1,4 +1,4 @@
-#include "Platform/X11/CalibrationRecord.h"
+#include "Platform/Calibration/CalibrationRecord.h"
 #include "Platform/X11/ClientMark.h"
 #include "Support/DrivenDisplays.h"
 #include "Support/Eventually.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/X11/CalibrationRecord.h"
+#include "Platform/Calibration/CalibrationRecord.h"
 #include "Platform/X11/XConnection.h"
 
 #include <optional>

@@ -3,15 +3,13 @@
 // Standard input is a socket whose other end only Nocta holds. Records of what to put back arrive on it; its end means
 // that Nocta is gone, in whatever way. A record without displays means that there is nothing (more) to put back.
 
+#include "Platform/Calibration/CalibrationRecord.h"
+#include "Platform/Calibration/RecordStream.h"
 #include "Platform/X11/CalibrationProperty.h"
-#include "Platform/X11/CalibrationRecord.h"
 #include "Platform/X11/XConnection.h"
 
 #include <array>
-#include <cerrno>
 #include <csignal>
-#include <optional>
-#include <vector>
 
 #include <poll.h>
 #include <unistd.h>
@@ -20,51 +18,8 @@ namespace {
 
 using nocta::CalibrationProperty;
 using nocta::CalibrationRecord;
+using nocta::RecordStream;
 using nocta::XConnection;
-
-/// Collects the bytes of the channel into records and keeps the newest whole one.
-class RecordStream {
-  public:
-    void append(std::span<const std::byte> bytes) {
-        if (isBroken) {
-            return;
-        }
-        pending.insert(pending.end(), bytes.begin(), bytes.end());
-        while (pending.size() >= CalibrationRecord::headerSize) {
-            const auto length = CalibrationRecord::encodedSize(std::span(pending).first(CalibrationRecord::headerSize));
-            if (!length) {
-                // Without its length nobody can tell where the next record starts.
-                isBroken = true;
-                pending = {};
-                return;
-            }
-            if (pending.size() < *length) {
-                return;
-            }
-            if (auto record = CalibrationRecord::decode(std::span(pending).first(*length))) {
-                newest = std::move(record);
-            }
-            pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(*length));
-        }
-    }
-
-    [[nodiscard]] const std::optional<CalibrationRecord>& latest() const { return newest; }
-
-  private:
-    std::vector<std::byte> pending;
-    std::optional<CalibrationRecord> newest;
-    bool isBroken = false;
-};
-
-/// Reads what is there; false at the channel's end.
-bool receive(RecordStream& stream) {
-    std::array<std::byte, 16384> buffer{};
-    const auto count = read(STDIN_FILENO, buffer.data(), buffer.size());
-    if (count > 0) {
-        stream.append(std::span(buffer).first(static_cast<std::size_t>(count)));
-    }
-    return count > 0 || (count < 0 && (errno == EINTR || errno == EAGAIN));
-}
 
 void dropEvents(const XConnection& server) {
     while (nocta::XReply<xcb_generic_event_t>(xcb_poll_for_event(server.get()))) {
@@ -80,7 +35,7 @@ bool waitForEnd(const XConnection& server, RecordStream& stream) {
         if (poll(sources.data(), sources.size(), -1) < 0) {
             continue;
         }
-        if (sources[0].revents != 0 && !receive(stream)) {
+        if (sources[0].revents != 0 && !stream.receive(STDIN_FILENO)) {
             return true;
         }
         if (sources[1].revents != 0) {

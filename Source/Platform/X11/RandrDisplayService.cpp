@@ -4,27 +4,17 @@
 #include "Platform/X11/ClientMark.h"
 
 #include <algorithm>
-#include <random>
 #include <string_view>
 #include <utility>
 
 namespace nocta {
-
-namespace {
-
-std::uint64_t randomOwner() {
-    std::random_device random;
-    return std::uint64_t{random()} << 32U | random();
-}
-
-} // namespace
 
 RandrDisplayService::RandrDisplayService(RunLoop& loop, Options options)
     : loop(loop),
       guard(loop, std::move(options.guardProgram)),
       onServerLost(std::move(options.onServerLost)),
       available(server.hasRandr() && !server.isXwayland()),
-      owner(randomOwner()) {
+      owner(CalibrationRecord::randomOwner()) {
     if (!available) {
         return;
     }

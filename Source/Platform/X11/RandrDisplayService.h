@@ -1,9 +1,9 @@
 #pragma once
 
+#include "Platform/Calibration/GuardProcess.h"
 #include "Platform/DisplayService.h"
 #include "Platform/RunLoop.h"
 #include "Platform/X11/CalibrationProperty.h"
-#include "Platform/X11/GuardProcess.h"
 #include "Platform/X11/XConnection.h"
 
 #include <array>

@@ -1,9 +1,11 @@
-#include "Platform/X11/CalibrationRecord.h"
+#include "Platform/Calibration/CalibrationRecord.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <limits>
+#include <random>
+#include <utility>
 
 namespace nocta {
 
@@ -12,8 +14,9 @@ namespace {
 // Layout, in the byte order of the machine (a reader of another order does not recognise the mark):
 //   header: mark (8 bytes), length of the whole record (8), owner (8), its client's mark (8), number of CRTCs (8)
 //   each CRTC: its number (4), entries a channel (4), three channels of 16-bit entries
+//   the session and the client's name, each: its length (4), its bytes
 //   checksum of everything before it (8)
-constexpr std::uint64_t mark = 0x314c4143'4154434eU; // "NCTACAL1"
+constexpr std::uint64_t mark = 0x324c4143'4154434eU; // "NCTACAL2"
 
 struct Header {
     std::uint64_t mark = 0;
@@ -56,10 +59,33 @@ std::optional<Value> take(std::span<const std::byte>& bytes) {
     return value;
 }
 
+void appendText(std::vector<std::byte>& bytes, const std::string& text) {
+    append(bytes, static_cast<std::uint32_t>(text.size()));
+    const auto raw = std::as_bytes(std::span(text));
+    bytes.insert(bytes.end(), raw.begin(), raw.end());
+}
+
+std::optional<std::string> takeText(std::span<const std::byte>& bytes) {
+    const auto length = take<std::uint32_t>(bytes);
+    if (!length || *length > bytes.size()) {
+        return std::nullopt;
+    }
+    std::string text(*length, '\0');
+    std::memcpy(text.data(), bytes.data(), text.size());
+    bytes = bytes.subspan(text.size());
+    return text;
+}
+
 } // namespace
 
+std::uint64_t CalibrationRecord::randomOwner() {
+    std::random_device random;
+    return std::uint64_t{random()} << 32U | random();
+}
+
 std::vector<std::byte> CalibrationRecord::encode() const {
-    std::size_t length = headerSize + sizeof(std::uint64_t);
+    std::size_t length =
+        headerSize + 2 * sizeof(std::uint32_t) + session.size() + clientName.size() + sizeof(std::uint64_t);
     for (const auto& display : displays) {
         length += sizeof(CrtcHeader) + display.values.size() * sizeof(std::uint16_t);
     }
@@ -71,6 +97,8 @@ std::vector<std::byte> CalibrationRecord::encode() const {
         const auto raw = std::as_bytes(std::span(display.values));
         bytes.insert(bytes.end(), raw.begin(), raw.end());
     }
+    appendText(bytes, session);
+    appendText(bytes, clientName);
     append(bytes, checksum(bytes));
     return bytes;
 }
@@ -104,9 +132,13 @@ std::optional<CalibrationRecord> CalibrationRecord::decode(std::span<const std::
         std::memcpy(display.values.data(), rest.data(), rampBytes);
         rest = rest.subspan(rampBytes);
     }
-    if (!rest.empty()) {
+    auto session = takeText(rest);
+    auto clientName = takeText(rest);
+    if (!session || !clientName || !rest.empty()) {
         return std::nullopt;
     }
+    record.session = std::move(*session);
+    record.clientName = std::move(*clientName);
     return record;
 }
 

@@ -1,4 +1,4 @@
-#include "Platform/X11/GuardProcess.h"
+#include "Platform/Calibration/GuardProcess.h"
 
 #include <algorithm>
 #include <array>
@@ -72,7 +72,7 @@ pid_t spawn(const std::string& program, int standardInput) {
     posix_spawnattr_setsigdefault(&attributes, &all);
     posix_spawnattr_setflags(&attributes, static_cast<short>(POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | // NOLINT
                                                              POSIX_SPAWN_SETSIGDEF));
-    std::string name = "nocta-guard";
+    std::string name = program.substr(program.rfind('/') + 1);
     const std::array<char*, 2> arguments{name.data(), nullptr};
     pid_t pid = -1;
     const int failure = posix_spawn(&pid, program.c_str(), &actions, &attributes, arguments.data(), environ);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace nocta {
@@ -19,12 +20,18 @@ struct CrtcRamps {
 };
 
 /// What has to be put back when a tint ends: the ramps that the displays had before it, and whose tint it is. It stands
-/// in a property of the root window and is sent to the guard, in one encoding; both are read back only through
-/// `decode`, since any program may write the one and a dying process may cut off the other.
+/// where a later Nocta finds it (on X11 in a property of the root window, with mutter in a file) and is sent to the
+/// guard, in one encoding; both are read back only through `decode`, since any program may write the one and a dying
+/// process may cut off the other.
 struct CalibrationRecord {
     std::uint64_t owner = 0;  ///< a random number that each Nocta process draws
-    std::uint32_t client = 0; ///< the window that marks the owner's connection to the server
+    std::uint32_t client = 0; ///< on X11, the window that marks the owner's connection to the server
     std::vector<CrtcRamps> displays;
+    std::string session = {};    ///< whose displays these are, where the record does not stand with their server
+    std::string clientName = {}; ///< on a message bus, the name of the owner's connection
+
+    /// A number for `owner`.
+    [[nodiscard]] static std::uint64_t randomOwner();
 
     bool operator==(const CalibrationRecord&) const = default;
 

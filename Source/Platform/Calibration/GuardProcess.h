@@ -16,7 +16,8 @@ namespace nocta {
 /// with the first record, is told of every newer one, and is started again when it dies. Main thread only.
 class GuardProcess {
   public:
-    /// `program` is the path of nocta-guard; where it cannot be run, there is no guard. `loop` outlives this.
+    /// `program` is the path of the guard for this display server; where it cannot be run, there is no guard. `loop`
+    /// outlives this.
     GuardProcess(RunLoop& loop, std::string program);
     GuardProcess(const GuardProcess&) = delete;
     GuardProcess& operator=(const GuardProcess&) = delete;
