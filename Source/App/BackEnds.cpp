@@ -4,6 +4,7 @@
 #include "App/SessionStatusBar.h"
 #include "Platform/DBus/NotifierStatusItem.h"
 #include "Platform/DBus/PortalEventMonitor.h"
+#include "Platform/Mutter/MutterDisplayService.h"
 #include "Platform/Sway/SwayEventMonitor.h"
 #include "Platform/Wayland/LayerPopoverSurface.h"
 #include "Platform/Wayland/LayerSurfaceHost.h"
@@ -28,17 +29,26 @@ namespace {
 
 using MakeDisplayService = std::unique_ptr<DisplayService> (*)(RunLoop&, const std::function<void()>&);
 
+/// A program that stands beside this one.
+std::string pathOf(const char* program) {
+    return (QCoreApplication::applicationDirPath() + QLatin1Char('/') + QLatin1String(program)).toStdString();
+}
+
 std::unique_ptr<DisplayService> makeRandr(RunLoop& loop, const std::function<void()>& onServerLost) {
-    const QString guard = QCoreApplication::applicationDirPath() + QStringLiteral("/nocta-guard");
     return std::make_unique<RandrDisplayService>(
-        loop, RandrDisplayService::Options{.guardProgram = guard.toStdString(), .onServerLost = onServerLost});
+        loop, RandrDisplayService::Options{.guardProgram = pathOf("nocta-guard"), .onServerLost = onServerLost});
+}
+
+/// The display server's end is told by the connection that has the windows.
+std::unique_ptr<DisplayService> makeMutter(RunLoop& loop, const std::function<void()>& /*onServerLost*/) {
+    return std::make_unique<MutterDisplayService>(loop, pathOf("nocta-mutter-guard"));
 }
 
 std::unique_ptr<DisplayService> makeWlrGamma(RunLoop& loop, const std::function<void()>& onServerLost) {
     return std::make_unique<WlrGammaDisplayService>(loop, onServerLost);
 }
 
-constexpr std::array<MakeDisplayService, 2> displayServices{&makeWlrGamma, &makeRandr};
+constexpr std::array<MakeDisplayService, 3> displayServices{&makeWlrGamma, &makeRandr, &makeMutter};
 
 template <class Service>
 using Make = std::unique_ptr<Service> (*)(RunLoop&);

@@ -1,10 +1,13 @@
 #include "DisplayBench.h"
 
+#include "Platform/Mutter/MutterDisplayService.h"
 #include "Platform/Simulated/SimulatedDisplayService.h"
 #include "Platform/Wayland/WlrGammaDisplayService.h"
 #include "Platform/X11/RandrDisplayService.h"
 #include "Support/DrivenDisplays.h"
+#include "Support/Mutter.h"
 #include "Support/Process.h"
+#include "Support/SessionBus.h"
 #include "Support/Sway.h"
 #include "Support/XServer.h"
 
@@ -108,6 +111,40 @@ class WlrBench final : public DisplayBench {
     std::size_t entries;
 };
 
+/// What mutter is told over the bus is read from the X server whose window manager it is.
+class MutterBench final : public DisplayBench {
+  public:
+    MutterBench() {
+        displays.plug(4);
+        calibration = displays.allRamps();
+        mutter = std::make_unique<Mutter>();
+        displays.setMode(3, std::nullopt);
+        mutter->waitForDisplays(3);
+    }
+    std::unique_ptr<DisplayService> makeService(RunLoop& loop) override {
+        return std::make_unique<MutterDisplayService>(loop, programFolder() / "nocta-mutter-guard");
+    }
+    [[nodiscard]] std::size_t size() const override { return 256; }
+    [[nodiscard]] std::vector<Shown> shown() const override {
+        std::vector<Shown> all;
+        for (const auto display : displays.active()) {
+            auto ramps = displays.ramps(display);
+            all.push_back(calibration.at(display) == ramps ? Shown() : std::move(ramps));
+        }
+        return all;
+    }
+    void appear() override { displays.setMode(active++, 0); }
+    void disappear() override { displays.setMode(--active, std::nullopt); }
+
+  private:
+    XServer server;
+    SessionBus bus;
+    DrivenDisplays displays;
+    std::map<xcb_randr_crtc_t, Ramps> calibration;
+    std::unique_ptr<Mutter> mutter;
+    std::size_t active = 3;
+};
+
 } // namespace
 
 BenchKind simulatedBench() {
@@ -116,6 +153,10 @@ BenchKind simulatedBench() {
 
 BenchKind randrBench() {
     return {.name = "Randr", .make = [] { return std::make_unique<RandrBench>(); }};
+}
+
+BenchKind mutterBench() {
+    return {.name = "Mutter", .make = [] { return std::make_unique<MutterBench>(); }};
 }
 
 BenchKind wlrBench(std::size_t size) {

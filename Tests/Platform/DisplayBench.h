@@ -45,6 +45,7 @@ struct BenchKind {
 
 [[nodiscard]] BenchKind simulatedBench();
 [[nodiscard]] BenchKind randrBench();
+[[nodiscard]] BenchKind mutterBench();
 [[nodiscard]] BenchKind wlrBench(std::size_t size);
 
 } // namespace nocta::test

@@ -295,8 +295,8 @@ TEST_P(DisplayContract, AnyCourseOfEventsEndsAsItsLastOnesSay) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, DisplayContract,
-                         testing::Values(test::simulatedBench(), test::randrBench(), test::wlrBench(1024),
-                                         test::wlrBench(4096)),
+                         testing::Values(test::simulatedBench(), test::randrBench(), test::mutterBench(),
+                                         test::wlrBench(1024), test::wlrBench(4096)),
                          [](const auto& kind) { return kind.param.name; });
 
 /// The death of the program that tints: for displays that outlive it.
@@ -319,7 +319,8 @@ TEST_P(DisplaysOfADeadClient, HaveTheirOwnCalibrationAgain) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, DisplaysOfADeadClient, testing::Values(test::randrBench(), test::wlrBench(1024)),
+INSTANTIATE_TEST_SUITE_P(Each, DisplaysOfADeadClient,
+                         testing::Values(test::randrBench(), test::mutterBench(), test::wlrBench(1024)),
                          [](const auto& kind) { return kind.param.name; });
 
 } // namespace
