@@ -61,6 +61,21 @@ std::string asFileName(std::string_view name) {
 
 } // namespace
 
+std::string desktopFileId(std::string_view file) {
+    if (file.ends_with(suffix)) {
+        file.remove_suffix(suffix.size());
+    }
+    constexpr std::string_view folder = "/applications/";
+    if (const auto start = file.rfind(folder); start != std::string_view::npos) {
+        file.remove_prefix(start + folder.size());
+    } else if (file.starts_with('/')) {
+        file.remove_prefix(file.rfind('/') + 1);
+    }
+    std::string id(file);
+    std::ranges::replace(id, '/', '-');
+    return id;
+}
+
 std::string lowerCase(std::string_view text) {
     std::string result(text);
     for (char& c : result) {

@@ -70,6 +70,10 @@ class DesktopFileIndex {
     std::optional<Reading> reading;
 };
 
+/// The id that a program means which names its desktop file: with or without folders and suffix. Empty where it names
+/// none.
+[[nodiscard]] std::string desktopFileId(std::string_view file);
+
 /// ASCII letters in lower case, the rest as it is.
 [[nodiscard]] std::string lowerCase(std::string_view text);
 

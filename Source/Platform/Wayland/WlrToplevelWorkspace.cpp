@@ -9,19 +9,6 @@
 
 namespace nocta {
 
-class WlrToplevelWorkspace::Observer final : public WorkspaceObserver {
-  public:
-    Observer(WlrToplevelWorkspace& workspace, std::shared_ptr<Observation> observation)
-        : workspace(workspace), observation(std::move(observation)) {}
-    Observer(const Observer&) = delete;
-    Observer& operator=(const Observer&) = delete;
-    ~Observer() override { workspace.end(observation); }
-
-  private:
-    WlrToplevelWorkspace& workspace;
-    std::shared_ptr<Observation> observation;
-};
-
 const zwlr_foreign_toplevel_handle_v1_listener WlrToplevelWorkspace::toplevelListener{
     .title = [](void*, zwlr_foreign_toplevel_handle_v1*, const char*) {},
     .app_id = [](void* data, zwlr_foreign_toplevel_handle_v1*,
@@ -58,8 +45,8 @@ const zwlr_foreign_toplevel_manager_v1_listener WlrToplevelWorkspace::managerLis
     .finished = [](void*, zwlr_foreign_toplevel_manager_v1*) {}};
 
 WlrToplevelWorkspace::WlrToplevelWorkspace(RunLoop& loop, std::vector<std::filesystem::path> desktopFileFolders)
-    : loop(loop),
-      desktopFiles(std::move(desktopFileFolders)),
+    : front(loop, std::move(desktopFileFolders),
+            {.onFirstObserver = [this] { begin(); }, .onLastObserver = [this] { stop(); }}),
       client(loop, {.onGlobal =
                         [this](const WaylandGlobal& global) {
                             if (global.interface == zwlr_foreign_toplevel_manager_v1_interface.name) {
@@ -79,15 +66,13 @@ WlrToplevelWorkspace::~WlrToplevelWorkspace() {
 }
 
 std::unique_ptr<WorkspaceObserver> WlrToplevelWorkspace::addActivationObserver(ActivationHandler handler) {
-    auto observation = std::make_shared<Observation>(std::move(handler));
-    observations.push_back(observation);
-    if (manager && observations.size() == 1) {
-        begin();
-    }
-    return std::make_unique<Observer>(*this, std::move(observation));
+    return front.addObserver(std::move(handler));
 }
 
 void WlrToplevelWorkspace::begin() {
+    if (!manager) {
+        return;
+    }
     constexpr std::uint32_t newestKnown = 3;
     bound = static_cast<zwlr_foreign_toplevel_manager_v1*>(wl_registry_bind(client.registry(), manager->name,
                                                                             &zwlr_foreign_toplevel_manager_v1_interface,
@@ -111,73 +96,19 @@ void WlrToplevelWorkspace::stop() {
     client.send();
 }
 
-void WlrToplevelWorkspace::end(const std::shared_ptr<Observation>& observation) {
-    *observation = nullptr;
-    std::erase(observations, observation);
-    if (observations.empty()) {
-        nextFiles.reset();
-        searched.reset();
-        searchedNext.reset();
-        stop();
-    }
-}
-
 void WlrToplevelWorkspace::done(Toplevel& toplevel) {
     const auto before = std::exchange(toplevel.inForce, toplevel.announced);
     // With none activated, between two windows or while a surface that is no window has the keyboard, the last one
     // stays in front.
     if (toplevel.inForce.isActivated && toplevel.inForce != before) {
-        cameToFront(toplevel.inForce.applicationId);
+        front.cameToFront({.application = toplevel.inForce.applicationId, .instance = {}, .className = {}},
+                          !isBeginning);
     }
 }
 
 void WlrToplevelWorkspace::close(Toplevel& toplevel) {
     zwlr_foreign_toplevel_handle_v1_destroy(toplevel.handle);
     toplevels.remove_if([&toplevel](const Toplevel& each) { return &each == &toplevel; });
-}
-
-void WlrToplevelWorkspace::cameToFront(const std::string& applicationId) {
-    if (searched) {
-        searchedNext = applicationId;
-        return;
-    }
-    searched = applicationId;
-    isFirstSearch = isBeginning;
-    // Not from within the events, in which an observer would end what they are about.
-    nextFiles = loop.oneShot(Seconds(0), [this] { search(); });
-}
-
-void WlrToplevelWorkspace::search() {
-    nextFiles.reset();
-    // About two milliseconds' worth: a fade goes on meanwhile.
-    constexpr std::size_t filesATurn = 50;
-    if (searched->empty() || desktopFiles.isCurrent() || desktopFiles.readOn(filesATurn)) {
-        finish();
-    } else {
-        nextFiles = loop.oneShot(Seconds(0), [this] { search(); });
-    }
-}
-
-void WlrToplevelWorkspace::finish() {
-    const auto id = *std::exchange(searched, std::nullopt);
-    RunningApplication application{.bundleIdentifier = desktopFiles.idOfWindowClass(id, id)};
-    if (!application.bundleIdentifier && !id.empty()) {
-        application.bundleIdentifier = lowerCase(id);
-    }
-    const bool isNews = !std::exchange(isFirstSearch, false);
-    if (searchedNext) {
-        cameToFront(*std::exchange(searchedNext, std::nullopt));
-    }
-    if (application == std::exchange(front, application) || !isNews) {
-        return;
-    }
-    const auto observed = observations;
-    for (const auto& observation : observed) {
-        // It may end its own observation.
-        if (const auto handler = *observation) {
-            handler(application);
-        }
-    }
 }
 
 } // namespace nocta

@@ -1,13 +1,12 @@
 #pragma once
 
-#include "Platform/DesktopFiles/DesktopFileIndex.h"
+#include "Platform/DesktopFiles/FrontApplication.h"
 #include "Platform/RunLoop.h"
 #include "Platform/Wayland/WaylandClient.h"
 #include "Platform/Workspace.h"
 
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <list>
 #include <memory>
 #include <optional>
@@ -25,7 +24,7 @@ namespace nocta {
 /// It is the one whose desktop file bears the window's application id, or names it as the class of its windows; else
 /// that id in lower case.
 ///
-/// While nobody observes, nothing wakes it. Desktop files are read a few at a time.
+/// While nobody observes, nothing wakes it.
 class WlrToplevelWorkspace final : public Workspace {
   public:
     /// Connects to the compositor that WAYLAND_DISPLAY names. `loop` outlives it.
@@ -39,13 +38,9 @@ class WlrToplevelWorkspace final : public Workspace {
     /// Waits for the compositor when it is the first one: an application that comes to the front afterwards is
     /// reported.
     [[nodiscard]] std::unique_ptr<WorkspaceObserver> addActivationObserver(ActivationHandler handler) override;
-    [[nodiscard]] std::optional<RunningApplication> frontmostApplication() const override { return front; }
+    [[nodiscard]] std::optional<RunningApplication> frontmostApplication() const override { return front.get(); }
 
   private:
-    /// Empty once the observation has ended.
-    using Observation = ActivationHandler;
-    class Observer;
-
     /// What the compositor says of a window is in force with its next "done".
     struct Toplevel {
         struct State {
@@ -70,29 +65,15 @@ class WlrToplevelWorkspace final : public Workspace {
 
     void begin();
     void stop();
-    void end(const std::shared_ptr<Observation>& observation);
     void done(Toplevel& toplevel);
     void close(Toplevel& toplevel);
 
-    /// Finds out whose application id that is, after what is being found out now.
-    void cameToFront(const std::string& applicationId);
-    /// Reads on until the desktop files are known, then names the application.
-    void search();
-    void finish();
-
-    RunLoop& loop;
-    DesktopFileIndex desktopFiles;
-    std::vector<std::shared_ptr<Observation>> observations;
-    std::optional<RunningApplication> front;
+    FrontApplication front;
     WaylandClient client;
     std::optional<Global> manager;
     zwlr_foreign_toplevel_manager_v1* bound = nullptr; ///< while somebody observes
     std::list<Toplevel> toplevels;
-    bool isBeginning = false;            ///< what is in front now is no change
-    std::optional<std::string> searched; ///< an application id
-    bool isFirstSearch = false;          ///< of an observation
-    std::optional<std::string> searchedNext;
-    std::unique_ptr<Timer> nextFiles;
+    bool isBeginning = false; ///< what is in front now is no change
 };
 
 } // namespace nocta

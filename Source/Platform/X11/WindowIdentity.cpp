@@ -1,6 +1,9 @@
 #include "Platform/X11/WindowIdentity.h"
 
+#include "Platform/DesktopFiles/DesktopFileIndex.h"
+
 #include <algorithm>
+#include <utility>
 
 namespace nocta {
 
@@ -20,23 +23,8 @@ std::optional<std::string> WindowIdentity::statedId() const {
     if (!gtkApplicationId.empty()) {
         return gtkApplicationId;
     }
-    std::string_view file = kdeDesktopFile;
-    constexpr std::string_view suffix = ".desktop";
-    if (file.ends_with(suffix)) {
-        file.remove_suffix(suffix.size());
-    }
-    constexpr std::string_view folder = "/applications/";
-    if (const auto start = file.rfind(folder); start != std::string_view::npos) {
-        file.remove_prefix(start + folder.size());
-    } else if (file.starts_with('/')) {
-        file.remove_prefix(file.rfind('/') + 1);
-    }
-    if (file.empty()) {
-        return std::nullopt;
-    }
-    std::string id(file);
-    std::ranges::replace(id, '/', '-');
-    return id;
+    auto id = desktopFileId(kdeDesktopFile);
+    return id.empty() ? std::nullopt : std::optional(std::move(id));
 }
 
 } // namespace nocta
