@@ -4,6 +4,7 @@
 #include "App/SessionStatusBar.h"
 #include "Platform/DBus/NotifierStatusItem.h"
 #include "Platform/DBus/PortalEventMonitor.h"
+#include "Platform/KWin/KWinScriptWorkspace.h"
 #include "Platform/Mutter/MutterDisplayService.h"
 #include "Platform/Sway/SwayEventMonitor.h"
 #include "Platform/Wayland/LayerPopoverSurface.h"
@@ -58,8 +59,9 @@ std::unique_ptr<Service> make(RunLoop& loop) {
     return std::make_unique<BackEnd>(loop);
 }
 
-constexpr std::array<Make<Workspace>, 2> workspaces{&make<Workspace, WlrToplevelWorkspace>,
-                                                    &make<Workspace, EwmhWorkspace>};
+constexpr std::array<Make<Workspace>, 3> workspaces{
+    &make<Workspace, WlrToplevelWorkspace>, &make<Workspace, KWinScriptWorkspace>, &make<Workspace, EwmhWorkspace>};
+
 std::unique_ptr<EventMonitor> makePortalEventMonitor(RunLoop& /*loop*/) {
     return std::make_unique<PortalEventMonitor>();
 }
