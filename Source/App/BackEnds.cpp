@@ -4,6 +4,7 @@
 #include "App/SessionStatusBar.h"
 #include "Platform/DBus/NotifierStatusItem.h"
 #include "Platform/DBus/PortalEventMonitor.h"
+#include "Platform/KWin/KGlobalAccelEventMonitor.h"
 #include "Platform/KWin/KWinScriptWorkspace.h"
 #include "Platform/Mutter/MutterDisplayService.h"
 #include "Platform/Sway/SwayEventMonitor.h"
@@ -62,12 +63,17 @@ std::unique_ptr<Service> make(RunLoop& loop) {
 constexpr std::array<Make<Workspace>, 3> workspaces{
     &make<Workspace, WlrToplevelWorkspace>, &make<Workspace, KWinScriptWorkspace>, &make<Workspace, EwmhWorkspace>};
 
+std::unique_ptr<EventMonitor> makeKGlobalAccelEventMonitor(RunLoop& /*loop*/) {
+    return std::make_unique<KGlobalAccelEventMonitor>();
+}
+
 std::unique_ptr<EventMonitor> makePortalEventMonitor(RunLoop& /*loop*/) {
     return std::make_unique<PortalEventMonitor>();
 }
 
-constexpr std::array<Make<EventMonitor>, 2> waylandEventMonitors{&make<EventMonitor, SwayEventMonitor>,
-                                                                 &makePortalEventMonitor};
+// Where it is there, KGlobalAccel asks the user nothing, unlike the portal.
+constexpr std::array<Make<EventMonitor>, 3> waylandEventMonitors{
+    &make<EventMonitor, SwayEventMonitor>, &makeKGlobalAccelEventMonitor, &makePortalEventMonitor};
 constexpr std::array<Make<EventMonitor>, 1> x11EventMonitors{&make<EventMonitor, XInputEventMonitor>};
 
 /// Whether Qt's windows are on a Wayland compositor itself, and not on the X server that it runs for others: then that
