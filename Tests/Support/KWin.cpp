@@ -2,12 +2,15 @@
 
 #include "Support/Eventually.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
 
 #include <dbus/dbus.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace nocta::test {
 
@@ -42,6 +45,17 @@ Connection connectTo(const std::string& address) {
         }
     }
     return connection;
+}
+
+struct Unreference {
+    void operator()(DBusMessage* message) const { dbus_message_unref(message); }
+};
+using Message = std::unique_ptr<DBusMessage, Unreference>;
+
+/// Null where there is no answer, or one that tells an error.
+Message ask(DBusConnection& connection, DBusMessage& question) {
+    constexpr int patience = 5000; // milliseconds
+    return Message(dbus_connection_send_with_reply_and_block(&connection, &question, patience, nullptr));
 }
 
 } // namespace
@@ -105,26 +119,51 @@ std::optional<std::uint32_t> KWin::temperature() const {
     if (!connection) {
         return std::nullopt;
     }
-    const std::unique_ptr<DBusMessage, void (*)(DBusMessage*)> question(
-        dbus_message_new_method_call("org.kde.NightColor", "/ColorCorrect", "org.freedesktop.DBus.Properties", "Get"),
-        &dbus_message_unref);
+    const Message question(
+        dbus_message_new_method_call("org.kde.NightColor", "/ColorCorrect", "org.freedesktop.DBus.Properties", "Get"));
     const char* interface = "org.kde.kwin.ColorCorrect";
     const char* property = "currentTemperature";
     dbus_message_append_args(question.get(), DBUS_TYPE_STRING, &interface, DBUS_TYPE_STRING, &property,
                              DBUS_TYPE_INVALID);
-    constexpr int patience = 5000; // milliseconds
-    const std::unique_ptr<DBusMessage, void (*)(DBusMessage*)> answer(
-        dbus_connection_send_with_reply_and_block(connection.get(), question.get(), patience, nullptr),
-        &dbus_message_unref);
+    const Message answer = ask(*connection, *question);
     DBusMessageIter value;
-    DBusMessageIter content;
     if (!answer || dbus_message_iter_init(answer.get(), &value) == 0) {
         return std::nullopt;
     }
+    DBusMessageIter content;
     dbus_message_iter_recurse(&value, &content);
     std::uint32_t kelvin = 0;
     dbus_message_iter_get_basic(&content, &kelvin);
     return kelvin;
+}
+
+std::optional<KWin::Colour> KWin::colourAt(int x, int y) const {
+    const auto connection = connectTo(sessionBus.address());
+    std::array<int, 2> pipe{-1, -1};
+    if (!connection || pipe2(pipe.data(), O_CLOEXEC) != 0) {
+        return std::nullopt;
+    }
+    const Message question(dbus_message_new_method_call("org.kde.KWin", "/org/kde/KWin/ScreenShot2",
+                                                        "org.kde.KWin.ScreenShot2", "CaptureArea"));
+    const dbus_uint32_t size = 1;
+    dbus_message_append_args(question.get(), DBUS_TYPE_INT32, &x, DBUS_TYPE_INT32, &y, DBUS_TYPE_UINT32, &size,
+                             DBUS_TYPE_UINT32, &size, DBUS_TYPE_INVALID);
+    DBusMessageIter end;
+    DBusMessageIter options;
+    dbus_message_iter_init_append(question.get(), &end);
+    dbus_message_iter_open_container(&end, DBUS_TYPE_ARRAY, "{sv}", &options);
+    dbus_message_iter_close_container(&end, &options);
+    dbus_message_iter_append_basic(&end, DBUS_TYPE_UNIX_FD, &pipe[1]);
+    const bool isTaken = ask(*connection, *question) != nullptr;
+    close(pipe[1]);
+    // A pixel of 32 bits, from blue to opacity.
+    std::array<std::uint8_t, 4> pixel{};
+    std::size_t have = 0;
+    for (ssize_t count = 1; isTaken && have < pixel.size() && count > 0; have += static_cast<std::size_t>(count)) {
+        count = std::max<ssize_t>(read(pipe[0], pixel.data() + have, pixel.size() - have), 0);
+    }
+    close(pipe[0]);
+    return have == pixel.size() ? std::optional(Colour{pixel[2], pixel[1], pixel[0]}) : std::nullopt;
 }
 
 } // namespace nocta::test

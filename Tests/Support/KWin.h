@@ -4,6 +4,7 @@
 #include "Support/SessionBus.h"
 #include "Support/TemporaryFolder.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -40,6 +41,12 @@ class KWin {
 
     /// The colour temperature that it says it shows, in kelvin; nothing where it does not say.
     [[nodiscard]] std::optional<std::uint32_t> temperature() const;
+
+    /// What the person before the screen sees at that place, red, green and blue, from a picture that KWin takes; the
+    /// outputs are beside each other in the order of their names, also while one of them is off. Nothing where there is
+    /// none. Only for KWins that are pictured; what the graphics card does to colours is not in it.
+    using Colour = std::array<std::uint8_t, 3>;
+    [[nodiscard]] std::optional<Colour> colourAt(int x, int y) const;
 
   private:
     void start();
