@@ -1,24 +1,52 @@
 #include "DisplayBench.h"
 
+#include "ColoursOfKWin.h"
+#include "Platform/KWin/NightColorDisplayService.h"
 #include "Platform/Mutter/MutterDisplayService.h"
 #include "Platform/Simulated/SimulatedDisplayService.h"
 #include "Platform/Wayland/WlrGammaDisplayService.h"
 #include "Platform/X11/RandrDisplayService.h"
 #include "Support/DrivenDisplays.h"
+#include "Support/Eventually.h"
+#include "Support/KWin.h"
+#include "Support/KWinOutputs.h"
 #include "Support/Mutter.h"
 #include "Support/Process.h"
 #include "Support/SessionBus.h"
 #include "Support/Sway.h"
 #include "Support/XServer.h"
 
+#include <algorithm>
 #include <cmath>
 #include <map>
+#include <stdexcept>
 
 namespace nocta::test {
 
 namespace {
 
-class SimulatedBench final : public DisplayBench {
+/// Whether a display shows the straight tables that end there: a line through as many entries as it has. Rounding may
+/// go either way.
+bool isShown(const TableBench::Shown& shown, const Tint& tint, std::size_t size) {
+    if (tint == own) {
+        return shown.empty();
+    }
+    if (shown.size() != 3 * size) {
+        return false;
+    }
+    std::size_t entry = 0;
+    for (const double top : {tint.red, tint.green, tint.blue}) {
+        for (std::size_t i = 0; i < size; ++i, ++entry) {
+            const double level = 65535.0 * top * static_cast<double>(i) / static_cast<double>(size - 1);
+            if (std::abs(shown[entry] - level) > 1.0) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+class SimulatedBench final : public TableBench {
   public:
     std::unique_ptr<DisplayService> makeService(RunLoop& /*loop*/) override {
         auto made = std::make_unique<SimulatedDisplayService>();
@@ -58,7 +86,7 @@ class SimulatedBench final : public DisplayBench {
     SimulatedDisplayService* service = nullptr;
 };
 
-class RandrBench final : public DisplayBench {
+class RandrBench final : public TableBench {
   public:
     RandrBench() {
         driven.plug(4);
@@ -89,7 +117,7 @@ class RandrBench final : public DisplayBench {
     std::size_t active = 3;
 };
 
-class WlrBench final : public DisplayBench {
+class WlrBench final : public TableBench {
   public:
     explicit WlrBench(std::size_t size) : sway(size), entries(size) { appear(); }
     std::unique_ptr<DisplayService> makeService(RunLoop& loop) override {
@@ -112,7 +140,7 @@ class WlrBench final : public DisplayBench {
 };
 
 /// What mutter is told over the bus is read from the X server whose window manager it is.
-class MutterBench final : public DisplayBench {
+class MutterBench final : public TableBench {
   public:
     MutterBench() {
         displays.plug(4);
@@ -145,7 +173,74 @@ class MutterBench final : public DisplayBench {
     std::size_t active = 3;
 };
 
+/// White screens, so that a picture tells how much of the light is left.
+class KWinBench final : public DisplayBench {
+  public:
+    KWinBench() {
+        disappear();
+        if (!eventually([this] { return show({own, own, own}); }, std::chrono::seconds(30))) {
+            throw std::runtime_error("no wallpaper: " + wallpaper.errors());
+        }
+    }
+    std::unique_ptr<DisplayService> makeService(RunLoop& loop) override {
+        return std::make_unique<NightColorDisplayService>(loop, [] {});
+    }
+    [[nodiscard]] std::size_t size() const override { return 0; }
+    [[nodiscard]] bool isSlow() const override { return true; }
+    [[nodiscard]] bool show(const std::vector<Tint>& tints) const override {
+        return tints.size() == active && isAt(tints) && areDimmed(tints);
+    }
+    void appear() override { switchOutput(kwin.socket(), active++, true); }
+    void disappear() override { switchOutput(kwin.socket(), --active, false); }
+
+  private:
+    static double brightness(const Tint& tint) {
+        return tint == own ? 1.0 : std::max({tint.red, tint.green, tint.blue});
+    }
+
+    [[nodiscard]] bool isAt(const std::vector<Tint>& tints) const {
+        const auto shown = kwin.temperature();
+        const auto hasTemperature = [&](const Tint& tint) {
+            if (tint == own) {
+                return false;
+            }
+            const double full = brightness(tint);
+            const double nearest =
+                colours.nearest({.red = tint.red / full, .green = tint.green / full, .blue = tint.blue / full});
+            // KWin stays where it is for 50 K, and its colours are known to the third of that.
+            constexpr double tolerance = 50 + 50.0 / 3;
+            return std::abs(*shown - nearest) <= tolerance;
+        };
+        return shown &&
+               (std::ranges::count(tints, own) == std::ssize(tints) ? *shown == NightTint::neutral
+                                                                    : std::ranges::any_of(tints, hasTemperature));
+    }
+
+    [[nodiscard]] bool areDimmed(const std::vector<Tint>& tints) const {
+        for (std::size_t i = 0; i < tints.size(); ++i) {
+            const auto colour = kwin.colourAt(1280 * static_cast<int>(i) + 640, 400);
+            const auto isAsBright = [&](std::uint8_t level) {
+                return std::abs(level - 255.0 * brightness(tints[i])) <= 1.0;
+            };
+            if (!colour || !std::ranges::all_of(*colour, isAsBright)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    KWin kwin{4, KWin::Drawing::pictured};
+    Process wallpaper{{"swaybg", "--color", "#ffffff"}};
+    ColoursOfKWin colours;
+    std::size_t active = 4;
+};
+
 } // namespace
+
+bool TableBench::show(const std::vector<Tint>& tints) const {
+    return std::ranges::equal(
+        shown(), tints, [this](const Shown& display, const Tint& tint) { return isShown(display, tint, size()); });
+}
 
 BenchKind simulatedBench() {
     return {.name = "Simulated", .make = [] { return std::make_unique<SimulatedBench>(); }};
@@ -161,6 +256,10 @@ BenchKind mutterBench() {
 
 BenchKind wlrBench(std::size_t size) {
     return {.name = "Wlr" + std::to_string(size), .make = [size] { return std::make_unique<WlrBench>(size); }};
+}
+
+BenchKind kwinBench() {
+    return {.name = "KWin", .make = [] { return std::make_unique<KWinBench>(); }};
 }
 
 } // namespace nocta::test

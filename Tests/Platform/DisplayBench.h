@@ -2,6 +2,7 @@
 
 #include "Platform/DisplayService.h"
 #include "Platform/RunLoop.h"
+#include "Tint.h"
 
 #include <cstdint>
 #include <functional>
@@ -16,9 +17,6 @@ namespace nocta::test {
 /// displays are active at first.
 class DisplayBench {
   public:
-    /// All entries of a table: red, then green, then blue. Empty: the display's own calibration.
-    using Shown = std::vector<std::uint16_t>;
-
     DisplayBench() = default;
     DisplayBench(const DisplayBench&) = delete;
     DisplayBench& operator=(const DisplayBench&) = delete;
@@ -26,13 +24,26 @@ class DisplayBench {
 
     [[nodiscard]] virtual std::unique_ptr<DisplayService> makeService(RunLoop& loop) = 0;
 
-    /// Entries a channel.
+    /// Entries a channel; 0 where the displays have no gamma tables.
     [[nodiscard]] virtual std::size_t size() const = 0;
-    /// What each active display shows, in the service's order.
-    [[nodiscard]] virtual std::vector<Shown> shown() const = 0;
+    /// Whether it takes seconds until they show what they were loaded with.
+    [[nodiscard]] virtual bool isSlow() const { return false; }
+    /// Whether the active displays, in the service's order, show that, as nearly as displays of this kind can.
+    [[nodiscard]] virtual bool show(const std::vector<Tint>& tints) const = 0;
     /// One more display becomes active, as the last one; or the last one ceases to be.
     virtual void appear() = 0;
     virtual void disappear() = 0;
+};
+
+/// Displays with gamma tables.
+class TableBench : public DisplayBench {
+  public:
+    /// All entries of a table: red, then green, then blue. Empty: the display's own calibration.
+    using Shown = std::vector<std::uint16_t>;
+
+    /// What each active display shows, in the service's order.
+    [[nodiscard]] virtual std::vector<Shown> shown() const = 0;
+    [[nodiscard]] bool show(const std::vector<Tint>& tints) const final;
 };
 
 /// How a bench is made; named for the tests that run on it.
@@ -47,5 +58,7 @@ struct BenchKind {
 [[nodiscard]] BenchKind randrBench();
 [[nodiscard]] BenchKind mutterBench();
 [[nodiscard]] BenchKind wlrBench(std::size_t size);
+/// Has one colour temperature for all displays: of several tints that of any one is taken for it.
+[[nodiscard]] BenchKind kwinBench();
 
 } // namespace nocta::test

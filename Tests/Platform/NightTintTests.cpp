@@ -1,88 +1,22 @@
 // Held to the colours that the installed KWin has in its library.
 
+#include "ColoursOfKWin.h"
 #include "Core/ColorTemperature.h"
 #include "Core/GammaTable.h"
 #include "Platform/KWin/NightTint.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <random>
-#include <stdexcept>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 namespace nocta {
 namespace {
 
-/// KWin's colours from 1000 K in steps of 100 K, red, green and blue each, as its library has them.
-class ColoursOfKWin {
-  public:
-    ColoursOfKWin() {
-        for (const auto& folder : std::filesystem::directory_iterator("/usr/lib")) {
-            const auto library = folder.path() / "libkwin.so.5";
-            if (std::filesystem::exists(library)) {
-                read(library);
-            }
-        }
-        if (colours.empty()) {
-            throw std::runtime_error("no colours of KWin's");
-        }
-    }
-
-    [[nodiscard]] White at(double kelvin) const {
-        const double place = (kelvin - 1000) / 100;
-        const auto below = std::min(static_cast<std::size_t>(place), colours.size() - 2);
-        const double way = place - static_cast<double>(below);
-        const auto between = [&](std::size_t channel) {
-            return std::lerp(colours[below][channel], colours[below + 1][channel], way);
-        };
-        return {.red = between(0), .green = between(1), .blue = between(2)};
-    }
-
-    /// The temperature from 1000 to 6500 K whose colour is nearest, found by trying every one. Only those channels
-    /// count that weigh something.
-    [[nodiscard]] double nearest(const White& white, double weightOfGreen = 1, double weightOfBlue = 1) const {
-        double found = 0;
-        double least = std::numeric_limits<double>::infinity();
-        for (double kelvin = 1000; kelvin <= 6500; ++kelvin) {
-            const auto colour = at(kelvin);
-            const double distance =
-                std::hypot(weightOfGreen * (colour.green - white.green), weightOfBlue * (colour.blue - white.blue));
-            if (distance < least) {
-                least = distance;
-                found = kelvin;
-            }
-        }
-        return found;
-    }
-
-  private:
-    using Colour = std::array<float, 3>;
-
-    void read(const std::filesystem::path& library) {
-        std::ifstream file(library, std::ios::binary);
-        const std::string bytes((std::istreambuf_iterator<char>(file)), {});
-        // That of a black body of 1000 K, with which such tables begin.
-        constexpr Colour first{1.0F, 0.18172716F, 0.0F};
-        std::string beginning(sizeof first, '\0');
-        std::memcpy(beginning.data(), first.data(), sizeof first);
-        const auto place = bytes.find(beginning);
-        if (place != std::string::npos) {
-            colours.resize(56);
-            std::memcpy(colours.data(), bytes.data() + place, colours.size() * sizeof(Colour));
-        }
-    }
-
-    std::vector<Colour> colours;
-};
+using test::ColoursOfKWin;
 
 /// In kelvin: a third of the steps of 50 K in which KWin moves.
 constexpr double tolerance = 50.0 / 3;

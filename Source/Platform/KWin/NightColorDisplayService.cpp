@@ -1,0 +1,92 @@
+#include "Platform/KWin/NightColorDisplayService.h"
+
+#include "Platform/KWin/NightLight.h"
+#include "Platform/Wayland/WaylandClient.h"
+
+#include <utility>
+
+namespace nocta {
+
+namespace {
+
+/// Another compositor may run within KWin's session, on its bus.
+bool isOnKWin() {
+    const auto offered = WaylandClient::offeredInterfaces();
+    return offered && offered->contains("org_kde_plasma_shell");
+}
+
+} // namespace
+
+NightColorDisplayService::NightColorDisplayService(RunLoop& loop, std::function<void()> onServerLost) {
+    if (!isOnKWin()) {
+        return;
+    }
+    dimmer = std::make_unique<LayerDimmer>(loop, std::move(onServerLost));
+    if (!dimmer->isAvailable()) {
+        return;
+    }
+    auto asked = std::make_unique<NightLight>(loop);
+    if (asked->hasAnswered()) {
+        nightLight = std::move(asked);
+    }
+}
+
+NightColorDisplayService::~NightColorDisplayService() = default;
+
+std::size_t NightColorDisplayService::activeDisplays(std::span<DisplayID> buffer) {
+    return isAvailable() ? dimmer->outputs(buffer) : 0;
+}
+
+void NightColorDisplayService::load(DisplayID display, std::span<const float> red, std::span<const float> green,
+                                    std::span<const float> blue) {
+    if (!isAvailable() || red.empty() || green.empty() || blue.empty()) {
+        return;
+    }
+    const auto next = NightTint::nearest({.red = red.back(), .green = green.back(), .blue = blue.back()});
+    if (!dimmer->setBrightness(display, next.brightness)) {
+        return;
+    }
+    isTinted = true;
+    // Black has no colour to go to.
+    if (next.brightness > 0) {
+        kelvin = next.kelvin;
+    }
+}
+
+void NightColorDisplayService::flush() {
+    if (isTinted) {
+        dimmer->flush();
+        nightLight->show(kelvin);
+    }
+}
+
+void NightColorDisplayService::reload() {
+    // What KWin has of the surfaces lasts; what it shows of the temperature it knows.
+    if (isTinted) {
+        nightLight->verify();
+    }
+}
+
+void NightColorDisplayService::restoreCalibration() {
+    if (std::exchange(isTinted, false)) {
+        kelvin = NightTint::neutral;
+        dimmer->clear();
+        nightLight->release();
+    }
+}
+
+std::vector<DisplayDescription> NightColorDisplayService::describe() {
+    std::vector<DisplayDescription> descriptions;
+    std::vector<DisplayID> displays(activeDisplays({}));
+    activeDisplays(displays);
+    for (const auto display : displays) {
+        descriptions.push_back({.id = display,
+                                .name = dimmer->nameOf(display),
+                                .tableSize = 0,
+                                .hasTemperature = nightLight->isSupported(),
+                                .hasBrightness = true});
+    }
+    return descriptions;
+}
+
+} // namespace nocta

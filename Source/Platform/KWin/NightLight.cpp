@@ -1,0 +1,260 @@
+#include "Platform/KWin/NightLight.h"
+
+#include "Platform/DBus/SessionBusName.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include <QDBusArgument>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+
+namespace nocta {
+
+namespace {
+
+const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+
+/// How long a KWin that is alive may take for an answer.
+constexpr int patience = 5000; // milliseconds
+
+/// KWin does not listen to what is no further than this from what it shows, in kelvin.
+constexpr std::uint32_t step = 50;
+
+/// A fade's frames, and the moves of a slider, follow one another faster.
+constexpr Seconds quietTime{0.25};
+/// What KWin takes for a way. Asked more often, it would begin a new one before the end of each.
+constexpr Seconds longestWait{2.0};
+/// Longer than the longest of its steps, those of the shortest way.
+constexpr Seconds longestStep{3.0};
+
+/// Until KWin is asked for the second time in a row for what it goes astray from, and at most until any other: whoever
+/// else asks it for temperatures is not fought.
+constexpr Seconds firstRetry{1.0};
+constexpr Seconds rarestRetry{60.0};
+constexpr Seconds calmTime{10.0};
+
+QDBusMessage call(const char* service, const char* path, const QString& interface, const char* name) {
+    auto message =
+        QDBusMessage::createMethodCall(QLatin1String(service), QLatin1String(path), interface, QLatin1String(name));
+    message.setAutoStartService(false);
+    return message;
+}
+
+} // namespace
+
+const std::array<NightLight::Dialect, 2> NightLight::dialects{
+    {{.service = "org.kde.NightColor", .path = "/ColorCorrect", .interface = "org.kde.kwin.ColorCorrect"}, // Plasma 5
+     {.service = "org.kde.KWin.NightLight",
+      .path = "/org/kde/KWin/NightLight",
+      .interface = "org.kde.KWin.NightLight"}}}; // Plasma 6
+
+NightLight::NightLight(RunLoop& loop) : loop(loop), bus(QString()), context(std::make_unique<QObject>()) {
+    if (!isSessionBusNamed()) {
+        return;
+    }
+    bus = QDBusConnection::sessionBus();
+    for (const auto& each : dialects) {
+        const auto listen = [&](auto function) {
+            (changes.*function)(bus, QLatin1String(each.path), propertiesInterface,
+                                QStringLiteral("PropertiesChanged"));
+        };
+        // Before it is asked, so that no change is missed.
+        listen(&SignalReceiver::listen);
+        const auto answer = bus.call(propertiesOf(each), QDBus::Block, patience);
+        if (areProperties(answer)) {
+            dialect = &each;
+            owner = answer.service();
+            take(qdbus_cast<QVariantMap>(answer.arguments().constFirst()));
+            break;
+        }
+        listen(&SignalReceiver::ignore);
+    }
+    if (dialect != nullptr) {
+        watcher.setConnection(bus);
+        watcher.addWatchedService(QLatin1String(dialect->service));
+        QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, &changes, [this] { didAppear(); });
+        QObject::connect(&watcher, &QDBusServiceWatcher::serviceUnregistered, &changes, [this] { didVanish(); });
+    }
+}
+
+NightLight::~NightLight() {
+    release();
+}
+
+void NightLight::show(std::uint32_t kelvin) {
+    if (std::exchange(wanted, kelvin) == kelvin) {
+        return;
+    }
+    retryDelay = Seconds(0);
+    again.reset();
+    quiet = loop.oneShot(quietTime, [this] { ask(); });
+    if (!latest) {
+        latest = loop.oneShot(longestWait, [this] { ask(); });
+    }
+}
+
+void NightLight::verify() {
+    if (!wanted || owner.isEmpty()) {
+        return;
+    }
+    whenAnswered(bus.asyncCall(propertiesOf(*dialect), patience), [this](const QDBusMessage& answer) {
+        if (areProperties(answer)) {
+            take(qdbus_cast<QVariantMap>(answer.arguments().constFirst()));
+            if (wanted && !hasArrived() && !arrival && unanswered == 0 && !quiet) {
+                askAgain();
+            }
+        }
+    });
+}
+
+void NightLight::release() {
+    wanted.reset();
+    for (auto* timer : {&quiet, &latest, &arrival, &again, &calm}) {
+        timer->reset();
+    }
+    retryDelay = Seconds(0);
+    if (!holding) {
+        return;
+    }
+    const auto held = *std::exchange(holding, std::nullopt);
+    if (!held.isFinished()) {
+        // KWin answers one after the other.
+        bus.call(propertiesOf(*dialect), QDBus::Block, patience);
+    }
+    const auto letGo = [this](const QDBusPendingReply<uint>& number) {
+        auto message = method("uninhibit");
+        message << number.value();
+        return message;
+    };
+    if (!held.isFinished()) {
+        whenAnswered(held, [this, letGo, held](const QDBusMessage& /*answer*/) {
+            if (!held.isError()) {
+                bus.send(letGo(held));
+            }
+        });
+    } else if (!held.isError()) {
+        bus.call(letGo(held), QDBus::Block, patience);
+    }
+}
+
+QDBusMessage NightLight::propertiesOf(const Dialect& dialect) {
+    auto message = call(dialect.service, dialect.path, propertiesInterface, "GetAll");
+    message << QString(QLatin1String(dialect.interface));
+    return message;
+}
+
+QDBusMessage NightLight::method(const char* name) const {
+    return call(dialect->service, dialect->path, QLatin1String(dialect->interface), name);
+}
+
+bool NightLight::areProperties(const QDBusMessage& answer) {
+    return answer.type() == QDBusMessage::ReplyMessage && answer.signature() == QStringLiteral("a{sv}");
+}
+
+template <class Handler>
+void NightLight::whenAnswered(const QDBusPendingCall& call, Handler handler) {
+    auto* answer = new QDBusPendingCallWatcher(call, context.get());
+    QObject::connect(answer, &QDBusPendingCallWatcher::finished, context.get(), [answer, handler = std::move(handler)] {
+        answer->deleteLater();
+        handler(answer->reply());
+    });
+}
+
+void NightLight::propertiesDidChange(const QDBusMessage& message) {
+    if (message.service() != owner || message.signature() != QStringLiteral("sa{sv}as") ||
+        message.arguments().constFirst().toString() != QLatin1String(dialect->interface)) {
+        return;
+    }
+    const auto before = current;
+    take(qdbus_cast<QVariantMap>(message.arguments().at(1)));
+    if (current != before) {
+        didMove(before);
+    }
+}
+
+void NightLight::take(const QVariantMap& properties) {
+    current = properties.value(QStringLiteral("currentTemperature"), current).toUInt();
+    supported = properties.value(QStringLiteral("available"), supported).toBool();
+}
+
+void NightLight::didAppear() {
+    whenAnswered(bus.asyncCall(propertiesOf(*dialect), patience), [this](const QDBusMessage& answer) {
+        if (!areProperties(answer)) {
+            return;
+        }
+        owner = answer.service();
+        take(qdbus_cast<QVariantMap>(answer.arguments().constFirst()));
+        if (wanted) {
+            ask();
+        }
+    });
+}
+
+void NightLight::didVanish() {
+    owner.clear();
+    holding.reset();
+    unanswered = 0;
+    arrival.reset();
+    again.reset();
+    context = std::make_unique<QObject>();
+}
+
+std::uint32_t NightLight::distance(std::uint32_t temperature) const {
+    return temperature > *wanted ? temperature - *wanted : *wanted - temperature;
+}
+
+bool NightLight::hasArrived() const {
+    return distance(current) <= step;
+}
+
+void NightLight::didMove(std::uint32_t before) {
+    // What moves before KWin has answered, moves to something else.
+    if (!wanted || unanswered > 0 || quiet) {
+        return;
+    }
+    if (hasArrived()) {
+        arrival.reset();
+        calm = loop.oneShot(calmTime, [this] { retryDelay = Seconds(0); });
+    } else if (distance(current) < distance(before)) {
+        arrival = loop.oneShot(longestStep, [this] { askAgain(); });
+    } else {
+        askAgain();
+    }
+}
+
+void NightLight::ask() {
+    for (auto* timer : {&quiet, &latest, &arrival, &again}) {
+        timer->reset();
+    }
+    if (owner.isEmpty()) {
+        return;
+    }
+    if (!holding) {
+        holding = bus.asyncCall(method("inhibit"), std::numeric_limits<int>::max());
+    }
+    if (hasArrived()) {
+        return;
+    }
+    auto preview = method("preview");
+    preview << *wanted;
+    ++unanswered;
+    whenAnswered(bus.asyncCall(preview, patience), [this](const QDBusMessage& /*answer*/) {
+        --unanswered;
+        if (wanted && !hasArrived() && unanswered == 0) {
+            arrival = loop.oneShot(longestStep, [this] { askAgain(); });
+        }
+    });
+}
+
+void NightLight::askAgain() {
+    arrival.reset();
+    calm.reset();
+    if (!again) {
+        again = loop.oneShot(std::exchange(retryDelay, std::clamp(2 * retryDelay, firstRetry, rarestRetry)),
+                             [this] { ask(); });
+    }
+}
+
+} // namespace nocta
