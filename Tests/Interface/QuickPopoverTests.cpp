@@ -90,6 +90,14 @@ class QuickPopoverTest : public testing::Test {
         server.synchronize();
     }
 
+    /// The same of a panel that is part of the window manager, on the main one of two monitors.
+    void reserveTopAsGnomeDoes(std::uint32_t height) const {
+        const std::array<std::uint32_t, 8> areas{0, height, 1280, 800 - height, 1280, 0, 1280, 800};
+        xcb_change_property(server.get(), XCB_PROP_MODE_REPLACE, server.root(), server.atom("_GTK_WORKAREAS_D0"),
+                            XCB_ATOM_CARDINAL, 32, areas.size(), areas.data());
+        server.synchronize();
+    }
+
     xcb_window_t makeWindow(const Rectangle& place, std::uint32_t color) const {
         const auto window = xcb_generate_id(server.get());
         xcb_create_window(server.get(), 0, window, server.root(), static_cast<std::int16_t>(place.x),
@@ -243,6 +251,15 @@ TEST_F(QuickPopoverTest, WithoutAnItemItIsInTheCornerOfTheMainScreen) {
     open(std::nullopt);
     ASSERT_TRUE(screenBecomes([](const auto& screen) { return screen.count(bodyColor) == 340U * 560U; }));
     EXPECT_EQ(test::ScreenPicture().at(1280 - 9, 2), bodyColor);
+}
+
+TEST_F(QuickPopoverTest, APanelThatIsPartOfTheWindowManagerStaysFree) {
+    reserveTopAsGnomeDoes(32);
+    open(std::nullopt);
+    ASSERT_TRUE(screenBecomes([](const auto& screen) { return screen.count(bodyColor) == 340U * 560U; }));
+    EXPECT_EQ(test::ScreenPicture().at(1280 - 9, 32 + 1), bodyColor);
+    EXPECT_NE(test::ScreenPicture().at(1280 - 9, 32), bodyColor) << "the line";
+    EXPECT_EQ(test::ScreenPicture().at(1280 - 9, 31), desktopColor);
 }
 
 class UnderAWindowManager : public QuickPopoverTest, public testing::WithParamInterface<std::vector<std::string>> {

@@ -195,6 +195,20 @@ TEST_F(MutterDisplayServiceTest, LoadsWhatCameWhileItsSerialGrewOld) {
     EXPECT_TRUE(allBecome(flatRamps(0.25F)));
 }
 
+TEST_F(MutterDisplayServiceTest, LoadsOnceMoreWhenMutterHasSettledAfterAChange) {
+    const auto service = makeService();
+    load(*service, 0.5F);
+    ASSERT_TRUE(allBecome(flatRamps(0.5F)));
+    displays.setMode(2, std::nullopt);
+    ASSERT_TRUE(loop.runUntil([&] { return service->activeDisplays({}) == 2; }));
+    ASSERT_TRUE(allBecome(flatRamps(0.5F)));
+    // As it does for a profile, some time after it has told of the change.
+    for (const auto crtc : displays.active()) {
+        displays.setRamps(crtc, flatRamps(1.0F));
+    }
+    EXPECT_TRUE(allBecome(flatRamps(0.5F)));
+}
+
 TEST_F(MutterDisplayServiceTest, RestoresWithASerialThatGrewOld) {
     const auto service = makeService();
     load(*service, 0.5F);

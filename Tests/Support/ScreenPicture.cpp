@@ -42,6 +42,10 @@ ScreenPicture ScreenPicture::ofCompositor() {
     if (grim.waitForEnd() != Ending{.exitStatus = 0}) {
         throw std::runtime_error("no picture of the screen: " + grim.errors());
     }
+    return read(file);
+}
+
+ScreenPicture ScreenPicture::read(const std::filesystem::path& file) {
     std::ifstream in(file, std::ios::binary);
     std::string kind;
     int columns = 0;

@@ -25,6 +25,8 @@ class ScreenPicture {
     ScreenPicture();
     /// Of the Wayland compositor that WAYLAND_DISPLAY names, taken now.
     [[nodiscard]] static ScreenPicture ofCompositor();
+    /// Of a PPM file. Throws where it is none.
+    [[nodiscard]] static ScreenPicture read(const std::filesystem::path& file);
 
     [[nodiscard]] int width() const { return columns; }
     [[nodiscard]] int height() const { return rows; }

@@ -31,7 +31,7 @@ milliseconds until(steady_clock::time_point end) {
 MutterDisplayService::MutterDisplayService(RunLoop& loop, std::string guardProgram)
     : loop(loop),
       guard(loop, std::move(guardProgram)),
-      config([this] { refresh(); }, [this](const std::string& name) { becomeSession(name); }),
+      config([this] { displaysChanged(); }, [this](const std::string& name) { becomeSession(name); }),
       owner(CalibrationRecord::randomOwner()) {
     const auto name = config.sessionName(startPatience);
     const auto end = steady_clock::now() + startPatience;
@@ -216,6 +216,13 @@ std::vector<CrtcRamps> MutterDisplayService::putBack(std::vector<CrtcRamps> disp
         take(*resources);
     }
     return displays;
+}
+
+void MutterDisplayService::displaysChanged() {
+    refresh();
+    // mutter itself sets ramps, of a profile or of its night light, when it has found out what belongs to a display.
+    constexpr Seconds settling(2);
+    settlingTimer = loop.oneShot(settling, [this] { reload(); });
 }
 
 void MutterDisplayService::refresh() {

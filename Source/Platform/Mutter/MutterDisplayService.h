@@ -70,6 +70,7 @@ class MutterDisplayService final : public DisplayService {
     /// Waits; returns those that are not in force.
     [[nodiscard]] std::vector<CrtcRamps> putBack(std::vector<CrtcRamps> displays);
 
+    void displaysChanged();
     /// Asks mutter which CRTCs there are and serves those that changed.
     void refresh();
     void take(const DisplayConfig::Resources& resources);
@@ -100,6 +101,7 @@ class MutterDisplayService final : public DisplayService {
     bool mustRefreshAgain = false;
     Seconds refreshDelay{0};
     std::unique_ptr<Timer> refreshTimer;
+    std::unique_ptr<Timer> settlingTimer;
     bool available = false;
 };
 

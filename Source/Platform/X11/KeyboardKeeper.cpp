@@ -1,5 +1,7 @@
 #include "Platform/X11/KeyboardKeeper.h"
 
+#include "Platform/X11/ManagedWindow.h"
+
 #include <algorithm>
 
 namespace nocta {
@@ -14,7 +16,8 @@ std::vector<const KeyboardKeeper*>& keepers() {
 
 } // namespace
 
-KeyboardKeeper::KeyboardKeeper(const XConnection& server, xcb_window_t window) : server(server), window(window) {
+KeyboardKeeper::KeyboardKeeper(const XConnection& server, xcb_window_t window, Giver giver)
+    : server(server), window(window), giver(giver) {
     keepers().push_back(this);
 }
 
@@ -26,6 +29,10 @@ bool KeyboardKeeper::take() {
     const auto owner = focused();
     if (owner == window) {
         return false;
+    }
+    if (giver == Giver::windowManager) {
+        activate(server, window);
+        return true;
     }
     const bool isFirst = owners.empty();
     remember(owner);

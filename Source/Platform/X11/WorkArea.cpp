@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace nocta {
@@ -75,6 +76,31 @@ std::optional<Struts> struts(const std::vector<std::uint32_t>& numbers) {
     return Struts{.left = strut(0), .right = strut(1), .top = strut(2), .bottom = strut(3)};
 }
 
+/// What the desktop itself leaves free of each monitor of the current workspace. Panels that are part of a window
+/// manager are windows of nobody; those tell in this way.
+std::vector<Rectangle> freeAreas(const XConnection& server) {
+    const XReply<xcb_get_property_reply_t> current(xcb_get_property_reply(
+        server.get(), askProperty(server, server.root(), server.atom("_NET_CURRENT_DESKTOP")), nullptr));
+    const auto workspace = values(current.get());
+    const auto name = "_GTK_WORKAREAS_D" + std::to_string(workspace.empty() ? 0 : workspace.front());
+    const XReply<xcb_get_property_reply_t> list(
+        xcb_get_property_reply(server.get(), askProperty(server, server.root(), server.atom(name)), nullptr));
+    const auto numbers = values(list.get());
+    std::vector<Rectangle> areas;
+    for (std::size_t i = 0; i + 4 <= numbers.size(); i += 4) {
+        const auto number = [&](std::size_t at) {
+            return static_cast<double>(static_cast<std::int32_t>(numbers[i + at]));
+        };
+        areas.push_back({.x = number(0), .y = number(1), .width = number(2), .height = number(3)});
+    }
+    return areas;
+}
+
+bool contains(const Rectangle& outer, const Rectangle& inner) {
+    return inner.x >= outer.x && inner.y >= outer.y && inner.x + inner.width <= outer.x + outer.width &&
+           inner.y + inner.height <= outer.y + outer.height;
+}
+
 bool overlaps(const Strut& strut, double start, double length) {
     return strut.depth > 0 && strut.start < start + length && strut.end > start;
 }
@@ -126,6 +152,14 @@ WorkArea workArea(const XConnection& server, const Rectangle& monitor) {
         if (const double edge = desktop->height - panel->bottom.depth;
             overlaps(panel->bottom, monitor.x, monitor.width) && within(edge, monitor.y, monitor.y + monitor.height)) {
             bottom = std::min(bottom, edge);
+        }
+    }
+    for (const auto& area : freeAreas(server)) {
+        if (contains(monitor, area) && area.width > 0 && area.height > 0) {
+            left = std::max(left, area.x);
+            top = std::max(top, area.y);
+            right = std::min(right, area.x + area.width);
+            bottom = std::min(bottom, area.y + area.height);
         }
     }
     if (left >= right || top >= bottom) {

@@ -13,7 +13,8 @@ struct WorkArea {
 };
 
 /// Asks the server which windows reserve an edge of `monitor`, in device pixels of the whole desktop. The desktop's own
-/// answer, _NET_WORKAREA, is one rectangle for all monitors together. Waits for the server.
+/// answer, _NET_WORKAREA, is one rectangle for all monitors together; _GTK_WORKAREAS_D0 and the like, which GNOME has,
+/// count as well. Waits for the server.
 [[nodiscard]] WorkArea workArea(const XConnection& server, const Rectangle& monitor);
 
 } // namespace nocta

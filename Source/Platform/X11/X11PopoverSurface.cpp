@@ -1,5 +1,6 @@
 #include "Platform/X11/X11PopoverSurface.h"
 
+#include "Platform/X11/ManagedWindow.h"
 #include "Platform/X11/WorkArea.h"
 
 #include <array>
@@ -60,8 +61,14 @@ void synchronizeQt() {
 
 } // namespace
 
-X11PopoverSurface::X11PopoverSurface(QWindow& window) : window(window) {
-    window.setFlags(Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
+X11PopoverSurface::X11PopoverSurface(QWindow& window)
+    : isManaged(!server.isLost() && server.isXwayland()), window(window) {
+    if (isManaged) {
+        prepareManaged(window);
+        QObject::connect(&window, &QWindow::activeChanged, &context, [this] { keyboardMoved(); });
+    } else {
+        window.setFlags(Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
+    }
 }
 
 X11PopoverSurface::~X11PopoverSurface() {
@@ -136,7 +143,8 @@ void X11PopoverSurface::show(const Rectangle& frame, const Rectangle& body) {
     window.raise();
     synchronizeQt();
     if (!keyboard) {
-        keyboard.emplace(server, id);
+        hadKeyboard = false;
+        keyboard.emplace(server, id, isManaged ? KeyboardKeeper::Giver::windowManager : KeyboardKeeper::Giver::server);
     }
 }
 
@@ -156,10 +164,36 @@ void X11PopoverSurface::hide() {
     window.hide();
 }
 
+void X11PopoverSurface::keyboardMoved() {
+    if (window.isActive()) {
+        hadKeyboard = keyboard.has_value();
+        return;
+    }
+    // To a window of ours it goes while a break is on.
+    if (hadKeyboard && QGuiApplication::focusWindow() == nullptr && onDismiss) {
+        hadKeyboard = false;
+        // Not from within the window's own event.
+        QMetaObject::invokeMethod(
+            &context,
+            [this] {
+                if (keyboard) {
+                    onDismiss();
+                }
+            },
+            Qt::QueuedConnection);
+    }
+}
+
 xcb_window_t X11PopoverSurface::prepareWindow() const {
     window.create();
     synchronizeQt();
     const auto id = static_cast<xcb_window_t>(window.winId());
+    if (isManaged) {
+        if (!window.isVisible()) {
+            setManagedStates(server, id);
+        }
+        return id;
+    }
     const std::array types{server.atom("_NET_WM_WINDOW_TYPE_POPUP_MENU"), server.atom("_NET_WM_WINDOW_TYPE_NORMAL")};
     xcb_change_property(server.get(), XCB_PROP_MODE_REPLACE, id, server.atom("_NET_WM_WINDOW_TYPE"), XCB_ATOM_ATOM, 32,
                         types.size(), types.data());

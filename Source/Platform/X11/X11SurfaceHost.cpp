@@ -1,12 +1,14 @@
 #include "Platform/X11/X11SurfaceHost.h"
 
 #include "Platform/X11/KeyboardKeeper.h"
+#include "Platform/X11/ManagedWindow.h"
 #include "Platform/X11/OverlayStacking.h"
 #include "Platform/X11/RandrScreens.h"
 #include "Platform/X11/XConnection.h"
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 #include <utility>
 
 #include <QGuiApplication>
@@ -93,9 +95,14 @@ class X11Overlay final : public OverlaySurface {
   public:
     X11Overlay(QWindow& window, RunLoop& loop, std::function<void()> onTranslucencyChange)
         : window(window), onTranslucencyChange(std::move(onTranslucencyChange)), patience(loop, [this] { hold(); }) {
-        window.setFlags(Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
         if (!server.hasRandr()) {
             return;
+        }
+        isManaged = server.isXwayland();
+        if (isManaged) {
+            prepareManaged(window);
+        } else {
+            window.setFlags(Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
         }
         eventWatch = loop.watch(server.descriptor(), [this] { handleEvents(); });
         opacityProperty = server.atom("_NET_WM_WINDOW_OPACITY");
@@ -111,7 +118,7 @@ class X11Overlay final : public OverlaySurface {
     }
 
     void show() override {
-        if (stacking || !server.hasRandr()) {
+        if (keyboard || !server.hasRandr()) {
             return;
         }
         followScreen();
@@ -121,11 +128,18 @@ class X11Overlay final : public OverlaySurface {
         select(server.root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
         select(id, XCB_EVENT_MASK_FOCUS_CHANGE | XCB_EVENT_MASK_VISIBILITY_CHANGE);
         forbidUnredirection(id);
-        stacking.emplace(server, id);
-        keyboard.emplace(server, id);
+        if (isManaged) {
+            setManagedStates(server, id, fullscreen);
+            keyboard.emplace(server, id, KeyboardKeeper::Giver::windowManager);
+        } else {
+            stacking.emplace(server, id);
+            keyboard.emplace(server, id);
+        }
         followScreen();
         sendOpacity();
-        stacking->arrange();
+        if (stacking) {
+            stacking->arrange();
+        }
         server.synchronize();
         window.show();
         synchronizeQt();
@@ -169,6 +183,8 @@ class X11Overlay final : public OverlaySurface {
     }
 
   private:
+    static constexpr std::array<std::string_view, 1> fullscreen{"_NET_WM_STATE_FULLSCREEN"};
+
     void select(xcb_window_t target, std::uint32_t events) const {
         xcb_change_window_attributes(server.get(), target, XCB_CW_EVENT_MASK, &events);
     }
@@ -182,7 +198,7 @@ class X11Overlay final : public OverlaySurface {
     }
 
     void sendOpacity() {
-        if (!stacking) {
+        if (!keyboard) {
             return;
         }
         const auto id = static_cast<xcb_window_t>(window.winId());
@@ -225,7 +241,7 @@ class X11Overlay final : public OverlaySurface {
         if (!screen) {
             return;
         }
-        if (!stacking) {
+        if (!keyboard) {
             const auto frame = described(*screen).frame;
             window.setGeometry(QRectF(frame.x, frame.y, frame.width, frame.height).toRect());
             return;
@@ -309,7 +325,8 @@ class X11Overlay final : public OverlaySurface {
     }
 
     void holdKeyboard() {
-        if (wantsKeyboard && keyboard && !stacking->isBelowLocker() && patience.lasts() && keyboard->take()) {
+        if (wantsKeyboard && keyboard && !(stacking && stacking->isBelowLocker()) && patience.lasts() &&
+            keyboard->take()) {
             patience.spend();
         }
     }
@@ -323,8 +340,9 @@ class X11Overlay final : public OverlaySurface {
     xcb_atom_t opacityProperty = XCB_ATOM_NONE;
     int firstFixesEvent = 0;
     bool compositorRuns = false;
-    std::optional<OverlayStacking> stacking; ///< since it was shown
-    std::optional<KeyboardKeeper> keyboard;
+    bool isManaged = false;
+    std::optional<KeyboardKeeper> keyboard;  ///< since it was shown
+    std::optional<OverlayStacking> stacking; ///< the same, of a window that nobody manages
     bool wantsKeyboard = false;
     double opacity = 1;
 };

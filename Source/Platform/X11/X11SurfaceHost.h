@@ -6,7 +6,8 @@
 namespace nocta {
 
 /// Overlays on an X server, in windows of Qt's platform plug-in "xcb": windows that no window manager manages, raised
-/// again whenever the server reports that something came above them.
+/// again whenever the server reports that something came above them. On Xwayland, whose windows only the compositor can
+/// put above those of Wayland's, they are fullscreen windows that it keeps above others.
 class X11SurfaceHost final : public SurfaceHost {
   public:
     /// `loop` outlives the host and its surfaces.

@@ -1,0 +1,329 @@
+// The whole program in GNOME's Wayland session, where its windows are those of an X program.
+
+#include "Hands.h"
+#include "Support/GnomeShell.h"
+#include "Support/SessionBus.h"
+#include "Support/TemporaryFolder.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace nocta::test {
+namespace {
+
+constexpr Ending cleanExit{.exitStatus = 0};
+
+/// The kernel's numbers of keys.
+namespace key {
+constexpr int escape = 1;
+constexpr int tab = 15;
+constexpr int y = 21;
+constexpr int i = 23;
+constexpr int enter = 28;
+constexpr int shift = 42;
+constexpr int space = 57;
+constexpr int super = 125;
+} // namespace key
+
+/// A person at GNOME's desktop, which they use with mouse and keyboard alone.
+class PersonsGnomeDay : public testing::Test, protected Hands {
+  protected:
+    static constexpr int panelHeight = 32;
+    static constexpr int mainWidth = 1280;
+
+    [[nodiscard]] std::filesystem::path settingsFile() const { return home.path() / "config/nocta/nocta.conf"; }
+    [[nodiscard]] Process::Environment environment() const {
+        return {{"HOME", home.path()},
+                {"XDG_CONFIG_HOME", home.path() / "config"},
+                {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (home.path() / "no-system-bus").string()}};
+    }
+    void writeSettings(const std::string& content) const {
+        std::filesystem::create_directories(settingsFile().parent_path());
+        std::ofstream(settingsFile()) << content;
+    }
+    [[nodiscard]] bool settingsHave(const std::string& line) const {
+        std::ifstream file(settingsFile());
+        const std::string text((std::istreambuf_iterator<char>(file)), {});
+        return text.find("\n" + line + "\n") != std::string::npos;
+    }
+    [[nodiscard]] std::unique_ptr<Process> start(const std::string& program) const {
+        return std::make_unique<Process>(std::vector<std::string>{programFolder() / program}, environment());
+    }
+
+    /// Starts Nocta and waits for the popover that greets them, and has the keyboard.
+    void launch() {
+        nocta = start("driven-nocta");
+        ASSERT_TRUE(popoverHasTheKeyboard()) << nocta->errors();
+    }
+    [[nodiscard]] bool popoverHasTheKeyboard() const {
+        return popoverOpens() && eventually([this] { return shell.focusedWindow() == "nocta"; });
+    }
+    /// What another launch does.
+    void openPopover() const {
+        ASSERT_EQ(start("nocta")->waitForEnd(), cleanExit);
+        ASSERT_TRUE(popoverHasTheKeyboard());
+    }
+    void closePopover() const {
+        shell.press({key::escape});
+        ASSERT_TRUE(popoverCloses());
+    }
+
+    /// A window of Wayland's, with the keyboard.
+    [[nodiscard]] std::unique_ptr<Process> openWindow(const std::string& script) const {
+        auto window = std::make_unique<Process>(std::vector<std::string>{"foot", "sh", "-c", script}, environment());
+        EXPECT_TRUE(eventually([this] { return shell.focusedWindow() == "foot"; }, std::chrono::seconds(30)))
+            << window->errors();
+        return window;
+    }
+    /// Somewhere in its text.
+    [[nodiscard]] Point window() const {
+        const auto frame = shell.evaluate(R"(
+            const found = global.get_window_actors().map(a => a.meta_window).find(w => w.get_wm_class() === 'foot');
+            const rectangle = found.get_frame_rect();
+            `${rectangle.x + 100} ${rectangle.y + rectangle.height - 50}`)");
+        std::istringstream words(frame.value_or("\"0 0\"").substr(1));
+        Point point;
+        words >> point.x >> point.y;
+        return point;
+    }
+
+    /// A place in the eye in the top bar, once it has something of that colour.
+    [[nodiscard]] std::optional<Point> eye(std::uint32_t color) const {
+        const auto nears = [color](std::uint32_t pixel) {
+            int distance = 0;
+            for (const unsigned shift : {16U, 8U, 0U}) {
+                distance += std::abs(static_cast<int>(pixel >> shift & 255U) - static_cast<int>(color >> shift & 255U));
+            }
+            return distance < 60;
+        };
+        std::optional<Point> found;
+        [[maybe_unused]] const bool isThere = eventually(
+            [&] {
+                const auto frame = shell.evaluate(R"(
+                    const area = Main.panel.statusArea;
+                    const item = area[Object.keys(area).find(name => name.startsWith('appindicator-'))];
+                    const [x, y] = item.get_transformed_position();
+                    `${x} ${y} ${item.width} ${item.height}`)");
+                std::istringstream words(frame.value_or("\"").substr(1));
+                int x = 0;
+                int y = 0;
+                int width = 0;
+                int height = 0;
+                if (!(words >> x >> y >> width >> height)) {
+                    return false;
+                }
+                const auto picture = shell.picture();
+                for (int row = y; row < y + height; ++row) {
+                    for (int column = x; column < x + width; ++column) {
+                        if (nears(picture.at(column, row))) {
+                            found = Point{.x = column, .y = row};
+                            return true;
+                        }
+                    }
+                }
+                return false;
+            },
+            std::chrono::seconds(30));
+        return found;
+    }
+
+    [[nodiscard]] bool breakIsOn() const { return place("Skip break").has_value(); }
+    /// Begins one, and waits for the end of its fade.
+    void beginBreak() const {
+        nocta->write("break\n");
+        ASSERT_TRUE(eventually([this] { return breakIsOn() && shell.focusedWindow() == "nocta"; }));
+    }
+    [[nodiscard]] bool tallyIs(const std::string& tally) const {
+        return eventually([&] { return ask("tallies") == tally; });
+    }
+
+    SessionBus bus;
+    GnomeShell shell;
+    TemporaryFolder home;
+};
+
+constexpr const char* breakSettings =
+    "[General]\nbreaksEnabled=true\nbreakIntervalMinutes=1440\nbreakDurationSeconds=3600\n";
+
+TEST_F(PersonsGnomeDay, WithoutAGammaRampItSaysSoAndEverythingElseRuns) {
+    launch();
+    const auto status = home.path() / "status";
+    Process question({"sh", "-c", "exec \"$1\" status >\"$2\"", "sh", programFolder() / "noctactl", status},
+                     environment());
+    ASSERT_EQ(question.waitForEnd(), cleanExit) << question.errors();
+    std::ifstream file(status);
+    const std::string text((std::istreambuf_iterator<char>(file)), {});
+    EXPECT_NE(text.find("Displays   none, by none\n"), std::string::npos) << text;
+    nocta->write("preset dusk\n");
+    EXPECT_TRUE(eventually([this] { return settingsHave("activePresetID=dusk"); }));
+    const auto saidBefore = nocta->errors();
+    nocta->signal(SIGTERM);
+    EXPECT_EQ(nocta->waitForEnd(), cleanExit);
+    EXPECT_EQ(nocta->errors(), saidBefore);
+}
+
+TEST_F(PersonsGnomeDay, ThePopoverStandsBelowTheTopBarAndQuitEnds) {
+    launch();
+    const auto upper = place("Natural, 6500K");
+    const auto lower = place("Quit Nocta");
+    ASSERT_TRUE(upper && lower);
+    // The body of 340 x 560 is 8 from the right edge, and by gap and arrow 1 + 9 from the bar.
+    constexpr int left = mainWidth - 8 - 340;
+    constexpr int top = panelHeight + 10;
+    EXPECT_TRUE(upper->x > left && upper->y > top);
+    EXPECT_TRUE(lower->x > left && lower->y < top + 560);
+    const auto light = [](std::uint32_t pixel) { return (pixel & 255U) > 200; };
+    EXPECT_TRUE(eventually([&] {
+        const auto picture = shell.picture();
+        return light(picture.at(left + 170, top + 440)) && light(picture.at(mainWidth - 8 - 2, top + 300)) &&
+               !light(picture.at(left - 30, top + 440)) && !light(picture.at(left + 170, panelHeight - 2));
+    }));
+    shell.click(*lower);
+    EXPECT_EQ(nocta->waitForEnd(), cleanExit);
+}
+
+TEST_F(PersonsGnomeDay, TheEyeInTheTopBarHasAMenuThatOpensThePopover) {
+    writeSettings("[General]\nactivePresetID=dusk\n");
+    launch();
+    closePopover();
+    const auto item = eye(eye::orange);
+    ASSERT_TRUE(item);
+    shell.click(*item);
+    std::optional<Point> entry;
+    ASSERT_TRUE(eventually([&] { return (entry = shell.place("Open Nocta")).has_value(); }));
+    shell.click(*entry);
+    ASSERT_TRUE(popoverHasTheKeyboard());
+    EXPECT_TRUE(place("Dusk, 3400K"));
+}
+
+TEST_F(PersonsGnomeDay, EscapeClosesThePopoverAndTheWindowBelowHasTheKeyboardAgain) {
+    const auto note = home.path() / "note";
+    const auto editor = openWindow("read line; echo $line >" + note.string() + "; sleep 1000");
+    launch();
+    closePopover();
+    ASSERT_TRUE(eventually([this] { return shell.focusedWindow() == "foot"; }));
+    shell.press({key::y});
+    shell.press({key::enter});
+    EXPECT_TRUE(eventually([&] {
+        std::ifstream file(note);
+        std::string line;
+        return std::getline(file, line) && line == "y";
+    }));
+}
+
+TEST_F(PersonsGnomeDay, AClickOnAWindowOfWaylandClosesThePopover) {
+    const auto editor = openWindow("sleep 1000");
+    launch();
+    shell.click(window());
+    EXPECT_TRUE(popoverCloses());
+    EXPECT_EQ(shell.focusedWindow(), "foot");
+    openPopover();
+    const auto preset = place("Dusk, 3400K");
+    ASSERT_TRUE(preset);
+    shell.click(*preset);
+    EXPECT_TRUE(eventually([this] { return settingsHave("activePresetID=dusk"); }));
+    EXPECT_TRUE(popoverIsShown()) << "a click inside does not close";
+    shell.click(window());
+    EXPECT_TRUE(popoverCloses());
+}
+
+TEST_F(PersonsGnomeDay, AKeyBindingOfTheDesktopGoesToTheNextPreset) {
+    launch();
+    closePopover();
+    auto variables = shell.environment();
+    variables.emplace_back("PATH", programFolder().string() + ":" + std::getenv("PATH"));
+    const Process daemon({"/usr/libexec/gsd-media-keys"}, variables);
+    const std::string keys = "org.gnome.settings-daemon.plugins.media-keys";
+    const std::string path = "/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/nocta/";
+    const auto set = [&](const std::string& schema, const std::string& name, const std::string& value) {
+        Process setting({"gsettings", "set", schema, name, value}, variables);
+        ASSERT_EQ(setting.waitForEnd(), cleanExit) << setting.errors();
+    };
+    set(keys, "custom-keybindings", "['" + path + "']");
+    set(keys + ".custom-keybinding:" + path, "name", "Next preset of Nocta");
+    set(keys + ".custom-keybinding:" + path, "command", "noctactl cycle");
+    set(keys + ".custom-keybinding:" + path, "binding", "<Shift><Super>i");
+    // Until the daemon has the keys.
+    EXPECT_TRUE(eventually(
+        [this] {
+            shell.press({key::super, key::shift, key::i});
+            return eventually([this] { return settingsHave("activePresetID=focus"); }, std::chrono::seconds(2));
+        },
+        std::chrono::seconds(60)));
+}
+
+TEST_F(PersonsGnomeDay, ABreakCoversTheMainMonitorAndItsButtonSkipsIt) {
+    writeSettings(breakSettings);
+    const auto editor = openWindow("sleep 1000");
+    launch();
+    closePopover();
+    const auto before = shell.picture();
+    const auto brightest = [](const ScreenPicture& picture, int firstColumn, int lastColumn, int lastRow) {
+        std::uint32_t most = 0;
+        for (int y = 0; y < lastRow; ++y) {
+            for (int x = firstColumn; x < lastColumn; ++x) {
+                most = std::max(most, picture.at(x, y) & 255U);
+            }
+        }
+        return most;
+    };
+    ASSERT_GT(brightest(before, 0, mainWidth, panelHeight), 200U) << "the top bar's words";
+    beginBreak();
+    EXPECT_TRUE(eventually([&] {
+        const auto picture = shell.picture();
+        return brightest(picture, 0, mainWidth, panelHeight) < 60 && brightest(picture, 0, 300, 800) < 60;
+    })) << "the top bar is covered";
+    const auto during = shell.picture();
+    for (const int x : {mainWidth + 5, mainWidth + 500, mainWidth + 1000}) {
+        EXPECT_EQ(during.at(x, 400), before.at(x, 400)) << "the other monitor is free";
+    }
+    shell.click(*place("Skip break"));
+    EXPECT_TRUE(eventually([this] { return !breakIsOn(); }));
+    EXPECT_TRUE(tallyIs("0 taken, 1 skipped"));
+    EXPECT_TRUE(eventually([this] { return shell.focusedWindow() == "foot"; }));
+}
+
+TEST_F(PersonsGnomeDay, ABreakHasTheKeyboardOfAWindowOfWaylandAndIsSkippedByIt) {
+    writeSettings(breakSettings);
+    const auto note = home.path() / "note";
+    const auto editor = openWindow("read line; echo $line >" + note.string() + "; sleep 1000");
+    launch();
+    closePopover();
+    beginBreak();
+    shell.press({key::y});
+    shell.press({key::enter});
+    // What is typed as it appears does not count.
+    ASSERT_TRUE(eventually([this] {
+        shell.press({key::tab});
+        return eventually([this] { return focus() == "Skip break"; }, std::chrono::milliseconds(300));
+    }));
+    shell.press({key::space});
+    EXPECT_TRUE(eventually([this] { return !breakIsOn(); }));
+    EXPECT_TRUE(tallyIs("0 taken, 1 skipped"));
+    EXPECT_FALSE(std::filesystem::exists(note));
+}
+
+TEST_F(PersonsGnomeDay, ABreakTakesTheKeyboardBackFromAWindowOnAnotherMonitor) {
+    writeSettings(breakSettings);
+    const auto editor = openWindow("sleep 1000");
+    // Wholly there.
+    ASSERT_EQ(shell.evaluate(R"(
+        global.get_window_actors().map(a => a.meta_window).find(w => w.get_wm_class() === 'foot')
+            .move_frame(true, 1400, 100);
+        true)"),
+              "true");
+    launch();
+    closePopover();
+    beginBreak();
+    shell.click(window());
+    shell.press({key::tab});
+    EXPECT_TRUE(eventually([this] { return shell.focusedWindow() == "nocta"; }));
+    EXPECT_TRUE(breakIsOn());
+}
+
+} // namespace
+} // namespace nocta::test
