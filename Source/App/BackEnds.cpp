@@ -74,7 +74,9 @@ std::unique_ptr<EventMonitor> makePortalEventMonitor(RunLoop& /*loop*/) {
 // Where it is there, KGlobalAccel asks the user nothing, unlike the portal.
 constexpr std::array<Make<EventMonitor>, 3> waylandEventMonitors{
     &make<EventMonitor, SwayEventMonitor>, &makeKGlobalAccelEventMonitor, &makePortalEventMonitor};
-constexpr std::array<Make<EventMonitor>, 1> x11EventMonitors{&make<EventMonitor, XInputEventMonitor>};
+/// The second for Xwayland, which sees no other program's keys.
+constexpr std::array<Make<EventMonitor>, 2> x11EventMonitors{&make<EventMonitor, XInputEventMonitor>,
+                                                             &makePortalEventMonitor};
 
 /// Whether Qt's windows are on a Wayland compositor itself, and not on the X server that it runs for others: then that
 /// server is left alone, which such a compositor starts for its first client.
