@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <dbus/dbus.h>
 #include <fcntl.h>
@@ -86,10 +88,15 @@ void KWin::restart() {
 
 void KWin::start() {
     const auto home = folder.path() / "home";
-    process = std::make_unique<Process>(std::vector<std::string>{folder.path() / "kwin_wayland", "--virtual", "--width",
-                                                                 "1280", "--height", "800", "--output-count",
-                                                                 std::to_string(outputs), "--no-lockscreen", "--socket",
-                                                                 waylandSocket.filename()},
+    std::vector<std::string> arguments;
+    if (geteuid() == 0) {
+        // With it KWin would have the processor before all others, and some at a time have it for good.
+        arguments = {"setpriv", "--bounding-set=-sys_nice"};
+    }
+    arguments.insert(arguments.end(), {folder.path() / "kwin_wayland", "--virtual", "--width", "1280", "--height",
+                                       "800", "--output-count", std::to_string(outputs), "--no-lockscreen", "--socket",
+                                       waylandSocket.filename()});
+    process = std::make_unique<Process>(std::move(arguments),
                                         Process::Environment{{"HOME", home},
                                                              {"XDG_RUNTIME_DIR", waylandSocket.parent_path()},
                                                              {"XDG_CONFIG_HOME", ""},
