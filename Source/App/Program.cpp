@@ -87,7 +87,7 @@ int runProgram(char** argv, ApplicationDelegate& delegate, const std::function<v
     const auto workspace = makeWorkspace(runLoop);
     const auto eventMonitor = makeEventMonitor(runLoop);
     const auto surfaces = makeSurfaceHost(runLoop);
-    QuickWindowHost windows(*surfaces, runLoop);
+    QuickWindowHost windows(*surfaces, runLoop, &returnFreedMemory);
     const auto statusBar = makeStatusBar(runLoop, &paintStatusPicture);
     QuickPopoverHost popovers(runLoop, &makePopoverSurface, &PopoverModel::makeScene, &returnFreedMemory);
     SystemClock clock;

@@ -35,7 +35,7 @@ class LayerOverlay : public testing::Test {
     LayerOverlay() {
         application.emplace("wayland", arguments, nullptr);
         surfaces.emplace();
-        host.emplace(*surfaces, loop);
+        host.emplace(*surfaces, loop, [] {});
     }
 
     ~LayerOverlay() override {

@@ -37,7 +37,7 @@ class OverlaySession : public testing::Test {
         setWallpaper();
         application.emplace("xcb", arguments, nullptr);
         surfaces.emplace(loop);
-        host.emplace(*surfaces, loop);
+        host.emplace(*surfaces, loop, [] {});
     }
 
     ~OverlaySession() override {

@@ -64,9 +64,14 @@ class QuickWindowHost::Window final : public OverlayWindow {
             content->setParent(window.contentItem());
         }
         showAlpha();
+        ++host.windows;
     }
-
-    ~Window() override { close(); }
+    Window(const Window&) = delete;
+    Window& operator=(const Window&) = delete;
+    ~Window() override {
+        close();
+        host.windowGone();
+    }
 
     void setContent(const OverlayContent& content) override { model.setContent(content); }
 
@@ -182,7 +187,8 @@ class QuickWindowHost::Window final : public OverlayWindow {
     std::shared_ptr<bool> life = std::make_shared<bool>();
 };
 
-QuickWindowHost::QuickWindowHost(SurfaceHost& surfaces, RunLoop& loop) : surfaces(surfaces), loop(loop) {}
+QuickWindowHost::QuickWindowHost(SurfaceHost& surfaces, RunLoop& loop, std::function<void()> sceneGone)
+    : surfaces(surfaces), loop(loop), sceneGone(std::move(sceneGone)) {}
 
 QuickWindowHost::~QuickWindowHost() = default;
 
@@ -198,7 +204,20 @@ void QuickWindowHost::activateIgnoringOtherApps() {
     }
 }
 
+void QuickWindowHost::windowGone() {
+    if (--windows > 0) {
+        return;
+    }
+    givingUp = loop.oneShot(sceneLife, [this] {
+        scene.reset();
+        engine.reset();
+        sceneGone();
+        givingUp.reset();
+    });
+}
+
 void QuickWindowHost::loadScene() {
+    givingUp.reset();
     if (scene) {
         return;
     }

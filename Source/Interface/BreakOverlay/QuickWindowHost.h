@@ -4,7 +4,9 @@
 #include "Platform/SurfaceHost.h"
 #include "Platform/WindowHost.h"
 
+#include <functional>
 #include <memory>
+#include <vector>
 
 class QQmlComponent;
 class QQmlEngine;
@@ -12,13 +14,17 @@ class QQmlEngine;
 namespace nocta {
 
 /// The windows that Core asks for, as Qt Quick scenes drawn without a graphics driver. Needs the application object;
-/// the scene is loaded when the first window is made.
+/// the scene is loaded when a window is made, and given up some time after the last one has gone.
 ///
 /// The eye is drawn, not written: fonts differ too much in it.
 class QuickWindowHost final : public WindowHost {
   public:
-    /// Both outlive the host and its windows; the host outlives its windows.
-    QuickWindowHost(SurfaceHost& surfaces, RunLoop& loop);
+    /// From the end of the last window to that of the scene.
+    static constexpr Seconds sceneLife{30};
+
+    /// Both outlive the host and its windows; the host outlives its windows. `sceneGone` is called when the memory of a
+    /// scene has been freed.
+    QuickWindowHost(SurfaceHost& surfaces, RunLoop& loop, std::function<void()> sceneGone);
     ~QuickWindowHost() override;
 
     [[nodiscard]] std::optional<Screen> mainScreen() const override { return surfaces.mainScreen(); }
@@ -31,11 +37,15 @@ class QuickWindowHost final : public WindowHost {
     class Window;
 
     void loadScene();
+    void windowGone();
 
     SurfaceHost& surfaces;
     RunLoop& loop;
     std::unique_ptr<QQmlEngine> engine;
     std::unique_ptr<QQmlComponent> scene;
+    std::function<void()> sceneGone;
+    int windows = 0; ///< that have not ended
+    std::unique_ptr<Timer> givingUp;
     std::vector<Window*> shown; ///< in the order in which they were shown
 };
 
