@@ -65,6 +65,7 @@ class BreakTimeline {
         AppState::shared().breakIntervalMinutes = minutes;
         engine->restartTimer();
     }
+    // Beside `setInterval`. NOLINTNEXTLINE(readability-convert-member-functions-to-static)
     void setLength(std::int64_t seconds) const { AppState::shared().breakDurationSeconds = seconds; }
 
     void expect(Seconds time, const char* event) { expected.emplace_back(rounded(time), event); }
@@ -100,6 +101,7 @@ class BreakTimeline {
         std::ranges::set_difference(wanted, seen, std::back_inserter(missing));
         std::ranges::set_difference(seen, wanted, std::back_inserter(tooMany));
         std::vector<std::string> lines;
+        lines.reserve(missing.size() + tooMany.size());
         for (const auto& [time, event] : missing) {
             lines.push_back("missing: " + event + " at " + std::to_string(time.count()) + " ns");
         }
@@ -328,15 +330,15 @@ struct CycleModel {
     std::int64_t shown = 0;
     std::int64_t stoppedBreaks = 0;
 
-    /// `turn`: what a period of no length takes when it begins inside the loop.
-    void work(nanoseconds turn) {
+    /// `shortest`: what a period of no length takes; more than nothing when it begins inside the loop.
+    void work(nanoseconds shortest) {
         if (!enabled) {
             state = State::stopped;
             return;
         }
         state = State::working;
         periodStart = now + asleep;
-        end = now + std::max<nanoseconds>(std::chrono::minutes(interval), turn);
+        end = now + std::max<nanoseconds>(std::chrono::minutes(interval), shortest);
     }
 
     void stop() {
@@ -414,7 +416,7 @@ void run(const Act& act, const BreakTimeline& timeline) {
         break;
     case Act::Kind::skip:
         if (!timeline.platform.windows.windows().empty()) {
-            timeline.platform.windows.windows().back()->pressSkip();
+            (void)timeline.platform.windows.windows().back()->pressSkip();
         }
         break;
     case Act::Kind::switchOn:

@@ -44,7 +44,7 @@ class SimulatedWindow {
     [[nodiscard]] double alpha() const;
 
     /// A user's press of the skip button, which reaches only a window that takes input. Returns whether it did.
-    bool pressSkip() const;
+    [[nodiscard]] bool pressSkip() const;
     /// A press that was already on its way when the window stopped to take input.
     void deliverLatePress() const;
 
