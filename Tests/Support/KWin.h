@@ -37,6 +37,8 @@ class KWin {
     /// The same, and another one takes its place on the bus and its socket.
     void restart();
     [[nodiscard]] const std::filesystem::path& socket() const { return waylandSocket; }
+    /// The file of its settings, which it reads when it starts.
+    [[nodiscard]] std::filesystem::path configuration() const { return folder.path() / "home/.config/kwinrc"; }
     [[nodiscard]] SessionBus& bus() { return sessionBus; }
 
     /// The colour temperature that it says it shows, in kelvin; nothing where it does not say.

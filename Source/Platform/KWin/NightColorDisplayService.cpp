@@ -5,6 +5,10 @@
 
 #include <utility>
 
+#include <QGuiApplication>
+#include <QObject>
+#include <QWindow>
+
 namespace nocta {
 
 namespace {
@@ -26,8 +30,19 @@ NightColorDisplayService::NightColorDisplayService(RunLoop& loop, std::function<
         return;
     }
     auto asked = std::make_unique<NightLight>(loop);
-    if (asked->hasAnswered()) {
-        nightLight = std::move(asked);
+    if (!asked->hasAnswered()) {
+        return;
+    }
+    nightLight = std::move(asked);
+    // The popover and a break are layer surfaces too, and are above the dimming until it is put above them.
+    if (auto* const application = qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
+        ownWindows = std::make_unique<QObject>();
+        QObject::connect(application, &QGuiApplication::focusWindowChanged, ownWindows.get(),
+                         [this](const QWindow* window) {
+                             if (window != nullptr) {
+                                 dimmer->raise();
+                             }
+                         });
     }
 }
 

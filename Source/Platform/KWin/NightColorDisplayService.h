@@ -8,6 +8,8 @@
 #include <functional>
 #include <memory>
 
+class QObject;
+
 namespace nocta {
 
 class NightLight;
@@ -17,8 +19,9 @@ class RunLoop;
 /// it can be: by the colour temperature of KWin's night light, one for all displays, that was loaded last; and by
 /// dimming each display to its own brightness.
 ///
-/// The brightness follows every frame, the temperature a fade's end: KWin moves there by itself. Both end with this
-/// program's connections, also when it dies; KWin then moves back to its own temperature within two seconds.
+/// The brightness follows every frame, the temperature four frames a second, between which KWin moves by itself. Both
+/// end with this program's connections, also when it dies; KWin then moves back to its own temperature within two
+/// seconds.
 class NightColorDisplayService final : public DisplayService {
   public:
     /// Connects to the compositor that WAYLAND_DISPLAY names and, if that is KWin, asks it on the session bus; waits
@@ -44,6 +47,7 @@ class NightColorDisplayService final : public DisplayService {
     std::unique_ptr<NightLight> nightLight;    ///< null where this service is not available
     std::uint32_t kelvin = NightTint::neutral; ///< last loaded
     bool isTinted = false;
+    std::unique_ptr<QObject> ownWindows; ///< tells when one of them comes to the front
 };
 
 } // namespace nocta

@@ -1,6 +1,7 @@
 #include "Platform/KWin/NightLight.h"
 
 #include "Platform/DBus/SessionBusName.h"
+#include "Platform/KWin/NightTint.h"
 
 #include <algorithm>
 #include <limits>
@@ -22,10 +23,8 @@ constexpr int patience = 5000; // milliseconds
 /// KWin does not listen to what is no further than this from what it shows, in kelvin.
 constexpr std::uint32_t step = 50;
 
-/// A fade's frames, and the moves of a slider, follow one another faster.
-constexpr Seconds quietTime{0.25};
-/// What KWin takes for a way. Asked more often, it would begin a new one before the end of each.
-constexpr Seconds longestWait{2.0};
+/// What KWin takes for a way in the middle of a fade. Asked more often, it would never come to the end of one.
+constexpr Seconds shortestPause{0.25};
 /// Longer than the longest of its steps, those of the shortest way.
 constexpr Seconds longestStep{3.0};
 
@@ -89,9 +88,8 @@ void NightLight::show(std::uint32_t kelvin) {
     }
     retryDelay = Seconds(0);
     again.reset();
-    quiet = loop.oneShot(quietTime, [this] { ask(); });
-    if (!latest) {
-        latest = loop.oneShot(longestWait, [this] { ask(); });
+    if (!pause) {
+        ask();
     }
 }
 
@@ -102,7 +100,7 @@ void NightLight::verify() {
     whenAnswered(bus.asyncCall(propertiesOf(*dialect), patience), [this](const QDBusMessage& answer) {
         if (areProperties(answer)) {
             take(qdbus_cast<QVariantMap>(answer.arguments().constFirst()));
-            if (wanted && !hasArrived() && !arrival && unanswered == 0 && !quiet) {
+            if (wanted && wanted == asked && !hasArrived() && !arrival && unanswered == 0) {
                 askAgain();
             }
         }
@@ -111,7 +109,7 @@ void NightLight::verify() {
 
 void NightLight::release() {
     wanted.reset();
-    for (auto* timer : {&quiet, &latest, &arrival, &again, &calm}) {
+    for (auto* timer : {&pause, &arrival, &again, &calm}) {
         timer->reset();
     }
     retryDelay = Seconds(0);
@@ -135,6 +133,8 @@ void NightLight::release() {
             }
         });
     } else if (!held.isError()) {
+        // Asked once more, it hurries.
+        bus.send(preview(NightTint::neutral));
         bus.call(letGo(held), QDBus::Block, patience);
     }
 }
@@ -147,6 +147,12 @@ QDBusMessage NightLight::propertiesOf(const Dialect& dialect) {
 
 QDBusMessage NightLight::method(const char* name) const {
     return call(dialect->service, dialect->path, QLatin1String(dialect->interface), name);
+}
+
+QDBusMessage NightLight::preview(std::uint32_t kelvin) const {
+    auto message = method("preview");
+    message << kelvin;
+    return message;
 }
 
 bool NightLight::areProperties(const QDBusMessage& answer) {
@@ -210,8 +216,8 @@ bool NightLight::hasArrived() const {
 }
 
 void NightLight::didMove(std::uint32_t before) {
-    // What moves before KWin has answered, moves to something else.
-    if (!wanted || unanswered > 0 || quiet) {
+    // What moves before KWin has been asked, and has answered, moves to something else.
+    if (!wanted || wanted != asked || unanswered > 0) {
         return;
     }
     if (hasArrived()) {
@@ -225,9 +231,9 @@ void NightLight::didMove(std::uint32_t before) {
 }
 
 void NightLight::ask() {
-    for (auto* timer : {&quiet, &latest, &arrival, &again}) {
-        timer->reset();
-    }
+    arrival.reset();
+    again.reset();
+    asked = *wanted;
     if (owner.isEmpty()) {
         return;
     }
@@ -237,10 +243,14 @@ void NightLight::ask() {
     if (hasArrived()) {
         return;
     }
-    auto preview = method("preview");
-    preview << *wanted;
+    pause = loop.oneShot(shortestPause, [this] {
+        pause.reset();
+        if (wanted != asked) {
+            ask();
+        }
+    });
     ++unanswered;
-    whenAnswered(bus.asyncCall(preview, patience), [this](const QDBusMessage& /*answer*/) {
+    whenAnswered(bus.asyncCall(preview(*wanted), patience), [this](const QDBusMessage& /*answer*/) {
         --unanswered;
         if (wanted && !hasArrived() && unanswered == 0) {
             arrival = loop.oneShot(longestStep, [this] { askAgain(); });

@@ -22,10 +22,11 @@ namespace nocta {
 /// as long as a temperature is asked for here, and its preview shows that one. Both end with the program's connection
 /// to the bus, also when the program dies.
 ///
-/// KWin moves to another temperature by itself, in two seconds and in steps of 50 K, and shows a message on the screen
-/// whenever it is asked. It does not listen to what is within such a step of what it shows, not even while it is on its
-/// way to something else; and it goes back to its own temperature by itself when the session becomes active or its
-/// settings are read again. So this asks rarely, hears what KWin shows, and asks again where that goes astray.
+/// KWin moves to another temperature by itself, in steps of 50 K: in two seconds, and in a quarter of a second when it
+/// has been asked for one in the last fifteen. Whenever it is asked it shows a message on the screen. It does not
+/// listen to what is within a step of what it shows, not even while it is on its way to something else; and it goes
+/// back to its own temperature by itself when the session becomes active or its settings are read again. So this asks
+/// no more often than KWin can follow, hears what it shows, and asks again where that goes astray.
 class NightLight {
   public:
     /// Asks KWin what it shows, and waits for the answer. `loop` outlives this.
@@ -40,12 +41,13 @@ class NightLight {
     /// Whether it can change the colour of the displays.
     [[nodiscard]] bool isSupported() const { return supported; }
 
-    /// In kelvin, from `NightTint::warmest` to `NightTint::neutral`. KWin is asked once nothing else has been wanted
-    /// for a moment, or in the middle of a long fade as soon as it can have finished a way.
+    /// In kelvin, from `NightTint::warmest` to `NightTint::neutral`. Of a fade's frames KWin is asked for four a
+    /// second.
     void show(std::uint32_t kelvin);
     /// Asks KWin what it shows, and where that is something else, for what is wanted.
     void verify();
-    /// Lets KWin take its own course, to which it moves by itself. On return it has agreed, unless it does not answer.
+    /// Lets KWin take its own course, to which it moves in a quarter of a second. On return it has agreed, unless it
+    /// does not answer.
     void release();
 
   private:
@@ -59,6 +61,7 @@ class NightLight {
 
     [[nodiscard]] static QDBusMessage propertiesOf(const Dialect& dialect);
     [[nodiscard]] QDBusMessage method(const char* name) const;
+    [[nodiscard]] QDBusMessage preview(std::uint32_t kelvin) const;
     [[nodiscard]] static bool areProperties(const QDBusMessage& answer);
     /// Calls back with the answer, whichever it is, unless KWin vanishes from the bus before.
     template <class Handler>
@@ -87,8 +90,8 @@ class NightLight {
     std::optional<std::uint32_t> wanted;     ///< in kelvin; nothing while KWin takes its own course
     std::optional<QDBusPendingCall> holding; ///< stops that course; the answer is the number by which KWin knows it
     int unanswered = 0;                      ///< previews
-    std::unique_ptr<Timer> quiet;            ///< until nothing else has been wanted for a moment
-    std::unique_ptr<Timer> latest;           ///< until KWin is asked whatever is wanted
+    std::uint32_t asked = 0;                 ///< in kelvin; what was wanted when KWin was asked last
+    std::unique_ptr<Timer> pause;            ///< until KWin can have followed
     std::unique_ptr<Timer> arrival;          ///< until KWin ought to have come nearer
     std::unique_ptr<Timer> again;            ///< until it is asked once more
     std::unique_ptr<Timer> calm;             ///< until that it had to be asked once more counts for nothing

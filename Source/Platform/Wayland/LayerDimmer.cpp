@@ -46,18 +46,37 @@ std::uint8_t opacity(double brightness) {
 } // namespace
 
 struct LayerDimmer::Cover {
+    /// One that lies on the output.
+    struct Veil {
+        // Destroyed in the reverse order, as the protocols want it.
+        Bound<wl_surface> surface{nullptr, &wl_surface_destroy};
+        Bound<wp_viewport> viewport{nullptr, &wp_viewport_destroy};
+        Bound<zwlr_layer_surface_v1> layer{nullptr, &zwlr_layer_surface_v1_destroy};
+        bool isConfigured = false;
+        std::uint8_t shown = 0; ///< opacity
+
+        void close() {
+            layer.reset();
+            viewport.reset();
+            surface.reset();
+            isConfigured = false;
+            shown = 0;
+        }
+    };
+
     LayerDimmer* dimmer;
     std::uint32_t id;
     Bound<wl_output> output{nullptr, &release}; ///< null while there is no connection
     std::string name{};
     double brightness = 1.0;
-    // Destroyed in the reverse order, as the protocols want it.
-    Bound<wl_surface> surface{nullptr, &wl_surface_destroy};
-    Bound<wp_viewport> viewport{nullptr, &wp_viewport_destroy};
-    Bound<zwlr_layer_surface_v1> layer{nullptr, &zwlr_layer_surface_v1_destroy};
-    bool isConfigured = false;
-    std::uint8_t shown = 0;            ///< opacity
+    Veil veil{};
+    Veil former{};                     ///< until the newer one is drawn
     std::unique_ptr<Timer> retrying{}; ///< after the compositor has closed the surface
+
+    void close() {
+        veil.close();
+        former.close();
+    }
 };
 
 const wl_output_listener LayerDimmer::outputListener{
@@ -74,10 +93,10 @@ const zwlr_layer_surface_v1_listener LayerDimmer::surfaceListener{
         [](void* data, zwlr_layer_surface_v1* layer, std::uint32_t serial, std::uint32_t width, std::uint32_t height) {
             auto& cover = *static_cast<Cover*>(data);
             zwlr_layer_surface_v1_ack_configure(layer, serial);
-            if (width > 0 && height > 0) {
-                wp_viewport_set_destination(cover.viewport.get(), static_cast<std::int32_t>(width),
+            if (layer == cover.veil.layer.get() && width > 0 && height > 0) {
+                wp_viewport_set_destination(cover.veil.viewport.get(), static_cast<std::int32_t>(width),
                                             static_cast<std::int32_t>(height));
-                cover.isConfigured = true;
+                cover.veil.isConfigured = true;
                 cover.dimmer->draw(cover);
             }
             cover.dimmer->client->send();
@@ -86,7 +105,7 @@ const zwlr_layer_surface_v1_listener LayerDimmer::surfaceListener{
         [](void* data, zwlr_layer_surface_v1*) {
             auto& cover = *static_cast<Cover*>(data);
             auto& dimmer = *cover.dimmer;
-            dimmer.close(cover);
+            cover.close();
             // Most often its output goes, and this with it.
             cover.retrying = dimmer.loop.oneShot(firstRetry, [&cover, &dimmer] {
                 cover.retrying.reset();
@@ -141,14 +160,25 @@ void LayerDimmer::flush() {
     client->send();
 }
 
+void LayerDimmer::raise() {
+    // A layer surface cannot be put above another one but by being made after it.
+    for (auto& cover : covers) {
+        if (cover.veil.shown != 0) {
+            cover.former = std::exchange(cover.veil, Cover::Veil());
+            map(cover);
+        }
+    }
+    client->send();
+}
+
 void LayerDimmer::clear() {
     newest = 1.0;
     bool wasCovered = false;
     for (auto& cover : covers) {
         cover.brightness = 1.0;
         cover.retrying.reset();
-        wasCovered = wasCovered || cover.layer;
-        close(cover);
+        wasCovered = wasCovered || cover.veil.layer || cover.former.layer;
+        cover.close();
     }
     if (wasCovered) {
         client->synchronize();
@@ -175,7 +205,7 @@ bool LayerDimmer::connect() {
 /// All proxies belong to the connection, and go before it.
 void LayerDimmer::disconnect() {
     for (auto& cover : covers) {
-        close(cover);
+        cover.close();
         cover.retrying.reset();
         cover.output.reset();
     }
@@ -228,10 +258,11 @@ void LayerDimmer::removeGlobal(std::uint32_t name) {
 }
 
 void LayerDimmer::update(Cover& cover) {
-    if (opacity(cover.brightness) == 0) {
-        close(cover);
-    } else if (cover.layer) {
-        if (opacity(cover.brightness) != cover.shown) {
+    const auto wanted = opacity(cover.brightness);
+    if (wanted == 0) {
+        cover.close();
+    } else if (cover.veil.layer) {
+        if (wanted != cover.veil.shown) {
             draw(cover);
         }
     } else if (!cover.retrying) {
@@ -240,46 +271,41 @@ void LayerDimmer::update(Cover& cover) {
 }
 
 void LayerDimmer::map(Cover& cover) {
-    cover.surface.reset(wl_compositor_create_surface(compositor.get()));
-    cover.viewport.reset(wp_viewporter_get_viewport(viewporter.get(), cover.surface.get()));
-    cover.layer.reset(zwlr_layer_shell_v1_get_layer_surface(shell.get(), cover.surface.get(), cover.output.get(),
-                                                            ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY, "nocta-dimming"));
-    zwlr_layer_surface_v1_add_listener(cover.layer.get(), &surfaceListener, &cover);
-    zwlr_layer_surface_v1_set_anchor(cover.layer.get(),
+    auto& veil = cover.veil;
+    veil.surface.reset(wl_compositor_create_surface(compositor.get()));
+    veil.viewport.reset(wp_viewporter_get_viewport(viewporter.get(), veil.surface.get()));
+    veil.layer.reset(zwlr_layer_shell_v1_get_layer_surface(shell.get(), veil.surface.get(), cover.output.get(),
+                                                           ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY, "nocta-dimming"));
+    zwlr_layer_surface_v1_add_listener(veil.layer.get(), &surfaceListener, &cover);
+    zwlr_layer_surface_v1_set_anchor(veil.layer.get(),
                                      ZWLR_LAYER_SURFACE_V1_ANCHOR_TOP | ZWLR_LAYER_SURFACE_V1_ANCHOR_BOTTOM |
                                          ZWLR_LAYER_SURFACE_V1_ANCHOR_LEFT | ZWLR_LAYER_SURFACE_V1_ANCHOR_RIGHT);
     // Over the panels too.
-    zwlr_layer_surface_v1_set_exclusive_zone(cover.layer.get(), -1);
+    zwlr_layer_surface_v1_set_exclusive_zone(veil.layer.get(), -1);
     const std::unique_ptr<wl_region, void (*)(wl_region*)> nowhere(wl_compositor_create_region(compositor.get()),
                                                                    &wl_region_destroy);
-    wl_surface_set_input_region(cover.surface.get(), nowhere.get());
-    wl_surface_commit(cover.surface.get());
+    wl_surface_set_input_region(veil.surface.get(), nowhere.get());
+    wl_surface_commit(veil.surface.get());
 }
 
 void LayerDimmer::draw(Cover& cover) {
+    auto& veil = cover.veil;
     const auto wanted = opacity(cover.brightness);
-    if (!cover.isConfigured || wanted == 0) {
+    if (!veil.isConfigured || wanted == 0) {
         return;
     }
-    wl_surface_attach(cover.surface.get(), pixel(wanted), 0, 0);
+    wl_surface_attach(veil.surface.get(), pixel(wanted), 0, 0);
     constexpr auto all = std::numeric_limits<std::int32_t>::max();
-    wl_surface_damage(cover.surface.get(), 0, 0, all, all);
-    wl_surface_commit(cover.surface.get());
-    cover.shown = wanted;
+    wl_surface_damage(veil.surface.get(), 0, 0, all, all);
+    wl_surface_commit(veil.surface.get());
+    veil.shown = wanted;
+    cover.former.close();
     if (!std::exchange(isUnderWay, true)) {
         client->notifyWhenDone([this] {
             isUnderWay = false;
             flush();
         });
     }
-}
-
-void LayerDimmer::close(Cover& cover) {
-    cover.layer.reset();
-    cover.viewport.reset();
-    cover.surface.reset();
-    cover.isConfigured = false;
-    cover.shown = 0;
 }
 
 void LayerDimmer::makePool() {

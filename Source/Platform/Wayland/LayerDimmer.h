@@ -25,8 +25,8 @@ struct zwlr_layer_surface_v1_listener;
 namespace nocta {
 
 /// Darkens the outputs of a Wayland compositor by a black surface over each, as opaque as light is to be missing. It
-/// lies above all windows and panels, in the layer "overlay"; only what is put there later is above it, and the
-/// pointer. It takes no input, and goes with the connection, also when the program dies.
+/// lies above all windows and panels, in the layer "overlay", where only what is put there later is above it. It takes
+/// no input, and goes with the connection, also when the program dies.
 class LayerDimmer {
   public:
     /// Connects to the compositor that WAYLAND_DISPLAY names, and waits for it. `onServerLost` is called once, from the
@@ -50,6 +50,8 @@ class LayerDimmer {
     bool setBrightness(std::uint32_t output, double brightness);
     /// Sends what has changed as far as the compositor keeps up, without waiting.
     void flush();
+    /// Puts the surfaces above all that has been put into their layer since.
+    void raise();
     /// Makes every output as bright as it is. On return no surface is left, unless the compositor does not answer.
     void clear();
 
@@ -75,7 +77,6 @@ class LayerDimmer {
     void update(Cover& cover);
     void map(Cover& cover);
     void draw(Cover& cover);
-    void close(Cover& cover);
 
     RunLoop& loop;
     std::function<void()> onServerLost;
