@@ -6,6 +6,7 @@
 #include "Platform/DBus/PortalEventMonitor.h"
 #include "Platform/KWin/KGlobalAccelEventMonitor.h"
 #include "Platform/KWin/KWinScriptWorkspace.h"
+#include "Platform/KWin/NightColorDisplayService.h"
 #include "Platform/Mutter/MutterDisplayService.h"
 #include "Platform/Sway/SwayEventMonitor.h"
 #include "Platform/Wayland/LayerPopoverSurface.h"
@@ -50,7 +51,11 @@ std::unique_ptr<DisplayService> makeWlrGamma(RunLoop& loop, const std::function<
     return std::make_unique<WlrGammaDisplayService>(loop, onServerLost);
 }
 
-constexpr std::array<MakeDisplayService, 3> displayServices{&makeWlrGamma, &makeRandr, &makeMutter};
+std::unique_ptr<DisplayService> makeNightColor(RunLoop& loop, const std::function<void()>& onServerLost) {
+    return std::make_unique<NightColorDisplayService>(loop, onServerLost);
+}
+
+constexpr std::array<MakeDisplayService, 4> displayServices{&makeWlrGamma, &makeNightColor, &makeRandr, &makeMutter};
 
 template <class Service>
 using Make = std::unique_ptr<Service> (*)(RunLoop&);
