@@ -110,7 +110,18 @@ TEST_F(NightLightTest, AReleaseWinsOverWhatIsStillUnderWay) {
     nightLight.release();
     EXPECT_TRUE(becomes(6500));
     loop.runFor(milliseconds(500));
+    EXPECT_EQ(kwin.temperature(), 6500U);
+}
+
+TEST_F(NightLightTest, GivesBackTheLastStepToo) {
+    NightLight nightLight(runLoop);
+    // A single one that takes two seconds, of which KWin would not go back.
+    nightLight.show(6440);
+    ASSERT_TRUE(becomes(6450));
+    nightLight.release();
     EXPECT_TRUE(becomes(6500));
+    loop.runFor(std::chrono::seconds(3));
+    EXPECT_EQ(kwin.temperature(), 6500U);
 }
 
 TEST_F(NightLightTest, AFadeAsksKWinFourTimesASecondAndWhatStaysIsNotAskedForAgain) {
@@ -220,9 +231,9 @@ TEST_F(NightLightTest, AStoppedKWinIsNotWaitedForWithoutEnd) {
     loop.runFor(milliseconds(500));
     nightLight.release();
     kwin.signal(SIGCONT);
-    // It carries out all of it.
+    // It carries out all of it, and may have begun to go there.
     loop.runFor(milliseconds(500));
-    EXPECT_TRUE(becomes(6500));
+    EXPECT_TRUE(becomes(6500, 50));
     nightLight.show(3000);
     EXPECT_TRUE(becomes(3000));
 }

@@ -4,6 +4,7 @@
 #include "Platform/KWin/NightTint.h"
 
 #include <algorithm>
+#include <ctime>
 #include <limits>
 #include <utility>
 
@@ -136,7 +137,32 @@ void NightLight::release() {
         // Asked once more, it hurries.
         bus.send(preview(NightTint::neutral));
         bus.call(letGo(held), QDBus::Block, patience);
+        goTheLastStep();
     }
+}
+
+void NightLight::goTheLastStep() {
+    const auto isLeftOver = [this] {
+        const auto answer = bus.call(propertiesOf(*dialect), QDBus::Block, patience);
+        if (!areProperties(answer)) {
+            return false;
+        }
+        const auto properties = qdbus_cast<QVariantMap>(answer.arguments().constFirst());
+        take(properties);
+        return !properties.value(QStringLiteral("running")).toBool() && current != NightTint::neutral &&
+               current + step >= NightTint::neutral && current <= NightTint::neutral + step;
+    };
+    if (!isLeftOver()) {
+        return;
+    }
+    // Far enough beyond it, KWin takes notice. Nobody sees so little.
+    bus.send(preview(NightTint::neutral + 4 * step));
+    constexpr int turns = 100;
+    constexpr timespec turn{.tv_sec = 0, .tv_nsec = 10'000'000};
+    for (int i = 0; i < turns && (isLeftOver() || current == NightTint::neutral); ++i) {
+        nanosleep(&turn, nullptr);
+    }
+    bus.call(method("stopPreview"), QDBus::Block, patience);
 }
 
 QDBusMessage NightLight::propertiesOf(const Dialect& dialect) {

@@ -79,6 +79,8 @@ class NightLight {
     void didMove(std::uint32_t before);
     void ask();
     void askAgain();
+    /// Released within a step of its own temperature, KWin does not go that step. Waits for it, up to a second.
+    void goTheLastStep();
 
     RunLoop& loop;
     QDBusConnection bus;
