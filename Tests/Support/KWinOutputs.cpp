@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <kde-output-device-v2.h>
 #include <kde-output-management-v2.h>
@@ -19,6 +20,7 @@ namespace {
 struct Device {
     kde_output_device_v2* proxy;
     std::string name{};
+    std::vector<kde_output_device_mode_v2*> modes{};
 };
 
 struct Outputs {
@@ -30,8 +32,8 @@ const kde_output_device_v2_listener deviceListener{
     .geometry = [](void*, kde_output_device_v2*, std::int32_t, std::int32_t, std::int32_t, std::int32_t, std::int32_t,
                    const char*, const char*, std::int32_t) {},
     .current_mode = [](void*, kde_output_device_v2*, kde_output_device_mode_v2*) {},
-    .mode = [](void*, kde_output_device_v2*,
-               kde_output_device_mode_v2* mode) { kde_output_device_mode_v2_destroy(mode); },
+    .mode = [](void* data, kde_output_device_v2*,
+               kde_output_device_mode_v2* mode) { static_cast<Device*>(data)->modes.push_back(mode); },
     .done = [](void*, kde_output_device_v2*) {},
     .scale = [](void*, kde_output_device_v2*, wl_fixed_t) {},
     .edid = [](void*, kde_output_device_v2*, const char*) {},
@@ -90,8 +92,14 @@ void switchOutput(const std::filesystem::path& socket, std::size_t number, bool 
         while (!outcome && wl_display_dispatch(display.get()) >= 0) {
         }
         kde_output_configuration_v2_destroy(configuration);
+        // What has become of the outputs; their modes come as objects.
+        wl_display_roundtrip(display.get());
+        wl_display_dispatch_pending(display.get());
     }
     for (const auto& each : outputs.devices) {
+        for (auto* const mode : each.modes) {
+            kde_output_device_mode_v2_destroy(mode);
+        }
         kde_output_device_v2_destroy(each.proxy);
     }
     if (outputs.management != nullptr) {
