@@ -32,7 +32,6 @@
 namespace {
 
 using namespace nocta::test; // NOLINT(google-build-using-namespace)
-using nocta::XConnection;
 using nocta::XReply;
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
@@ -57,6 +56,7 @@ class Session {
         manager.emplace(std::vector<std::string>{"openbox"}, environment());
         windows.emplace();
         windows->awaitManager();
+        // Once the rest is there. NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer)
         wallpaper = corner();
     }
 
@@ -113,7 +113,7 @@ class Session {
         }
     }
 
-    XServer server;
+    XServer xServer;
     SessionBus bus;
     SystemBus systemBus; // SafeEyes does not start without one
     TemporaryFolder home;
@@ -145,7 +145,7 @@ template <class Begin>
 Cost costOfBreak(const Session& session, Process& process, Begin begin) {
     const auto program = process.id();
     rest(std::chrono::seconds(2));
-    const Cost before{.program = cpuOf(program), .server = cpuOf(session.server.id())};
+    const Cost before{.program = cpuOf(program), .server = cpuOf(session.xServer.id())};
     begin();
     const auto start = Clock::now();
     while (!session.isCovered()) { // seldom: every question costs the server time
@@ -156,7 +156,7 @@ Cost costOfBreak(const Session& session, Process& process, Begin begin) {
         rest(std::chrono::milliseconds(500));
     }
     rest(std::chrono::seconds(2));
-    return {.program = cpuOf(program) - before.program, .server = cpuOf(session.server.id()) - before.server};
+    return {.program = cpuOf(program) - before.program, .server = cpuOf(session.xServer.id()) - before.server};
 }
 
 /// One kind of break, of 20 s, that comes when it is asked for; nothing else that costs anything.

@@ -138,7 +138,7 @@ class Session {
                 "the popover's end");
     }
 
-    XServer server;
+    XServer xServer;
     SessionBus bus;
     SystemBus systemBus; // SafeEyes does not start without one
     TemporaryFolder home;
