@@ -5,59 +5,26 @@
 #include "Support/Process.h"
 #include "Support/SessionBus.h"
 #include "Support/Sway.h"
-#include "Support/TemporaryFolder.h"
+#include "WaylandHome.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
+#include <cstddef>
 #include <optional>
 #include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 namespace nocta::test {
 
-/// A person's Wayland session: a compositor with two screens, a bus, a home; and Nocta in it.
-class WaylandDesktop : public testing::Test {
+/// A person's session on sway: a compositor with two screens and gamma tables, a bus, a home.
+class WaylandDesktop : public WaylandHome {
   protected:
     /// With gamma tables of that size, or a compositor without any.
-    explicit WaylandDesktop(std::optional<std::size_t> gammaSize = 1024) : sway(gammaSize) {
-        std::filesystem::create_directory(runtimeFolder());
-        std::filesystem::permissions(runtimeFolder(), std::filesystem::perms::owner_all);
-    }
+    explicit WaylandDesktop(std::optional<std::size_t> gammaSize = 1024) : sway(gammaSize) {}
 
-    [[nodiscard]] std::filesystem::path settingsFile() const { return home.path() / "config/nocta/nocta.conf"; }
-    [[nodiscard]] std::filesystem::path runtimeFolder() const { return home.path() / "runtime"; }
-
-    [[nodiscard]] Process::Environment environment() const {
-        return {
-            {"HOME", home.path()},
-            {"XDG_CONFIG_HOME", home.path() / "config"},
-            {"XDG_RUNTIME_DIR", runtimeFolder()},
-            {"SWAYSOCK", sway.commandSocket()},
-            {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (home.path() / "no-system-bus").string()},
-        };
+    [[nodiscard]] Process::Environment environment() const override {
+        auto variables = WaylandHome::environment();
+        variables.emplace_back("SWAYSOCK", sway.commandSocket());
+        return variables;
     }
-
-    void writeSettings(const std::string& content) const {
-        std::filesystem::create_directories(settingsFile().parent_path());
-        std::ofstream(settingsFile(), std::ios::binary) << content;
-    }
-
-    [[nodiscard]] std::string settings() const {
-        std::ifstream file(settingsFile(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    [[nodiscard]] std::unique_ptr<Process> start(const std::string& program) const {
-        return std::make_unique<Process>(std::vector<std::string>{programFolder() / program}, environment());
-    }
-    [[nodiscard]] std::unique_ptr<Process> startNocta() const { return start("nocta"); }
-    /// The same program, which carries out commands from its standard input.
-    [[nodiscard]] std::unique_ptr<Process> startDrivenNocta() const { return start("driven-nocta"); }
 
     /// Nothing: their own calibration.
     [[nodiscard]] bool everyDisplayShows(const std::optional<Tint>& tint) const {
@@ -73,7 +40,6 @@ class WaylandDesktop : public testing::Test {
 
     Sway sway;
     SessionBus bus;
-    TemporaryFolder home;
 };
 
 } // namespace nocta::test

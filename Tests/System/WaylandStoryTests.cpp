@@ -3,13 +3,12 @@
 #include "Support/ScreenPicture.h"
 #include "Support/WaylandPointer.h"
 #include "WaylandDesktop.h"
+#include "WaylandHands.h"
 
 #include <csignal>
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 
 namespace nocta::test {
@@ -24,86 +23,27 @@ const Tint evening = warmTint(2700, 0.7);
 constexpr std::uint32_t orange = 0xFF9F0A;
 
 /// A person at a Wayland desktop, which they use with mouse and keyboard alone.
-class PersonsWaylandDay : public WaylandDesktop {
+class PersonsWaylandDay : public WaylandDesktop, protected WaylandHands {
   protected:
-    /// The popover's window on the screen that has the keyboard: the body of 340 x 560 is 8 from the right edge and, by
-    /// gap and arrow, 1 + 9 from the upper one, 22 within the window.
-    static constexpr Point popoverWindow{.x = 1280 - 8 - 340 - 22, .y = 1 + 9 - 22};
-    static constexpr Point desktop{.x = 100, .y = 700};
-    static constexpr Point secondDesktop{.x = 1280 + 100, .y = 700};
-
     PersonsWaylandDay() { sway.command("focus output HEADLESS-1"); }
 
     /// Starts Nocta and waits for the popover that greets them.
     void launch() {
         nocta = startDrivenNocta();
-        ASSERT_TRUE(popoverOpens()) << nocta->errors();
+        ASSERT_TRUE(popoverAppears()) << nocta->errors();
     }
 
-    /// Where in its window what bears that name is; nothing while no window shows it.
-    std::optional<Point> place(const std::string& name) {
-        if (!nocta->isRunning()) {
-            throw std::runtime_error("Nocta has ended, by signal " + std::to_string(nocta->waitForEnd()->signal));
-        }
-        const auto before = nocta->errors().size();
-        nocta->write("where " + name + "\n");
-        std::string answer;
-        if (!eventually([&] {
-                answer = nocta->errors().substr(before);
-                return answer.find('\n') != std::string::npos;
-            })) {
-            throw std::runtime_error("Nocta does not say where " + name + " is");
-        }
-        std::istringstream words(answer);
-        Point point;
-        return words >> point.x >> point.y ? std::optional(point) : std::nullopt;
-    }
-    [[nodiscard]] bool appears(const std::string& name) {
-        return eventually([&] { return place(name).has_value(); });
-    }
-    [[nodiscard]] bool disappears(const std::string& name) {
-        return eventually([&] { return !place(name); });
-    }
-    /// By its colour, where it has nothing but its ground, which is light.
-    [[nodiscard]] static bool popoverIsOnScreen() {
-        return (ScreenPicture::ofCompositor().at(1280 - 8 - 170, 10 + 440) & 255U) > 200;
-    }
-    /// Until it is on the screen, a click where it will be is one elsewhere.
-    [[nodiscard]] bool popoverOpens() {
-        return appears("Quit Nocta") && eventually([] { return popoverIsOnScreen(); });
-    }
-    [[nodiscard]] bool popoverCloses() { return disappears("Quit Nocta"); }
-
-    void click(const Point& point) {
+    [[nodiscard]] ScreenPicture picture() const override { return ScreenPicture::ofCompositor(); }
+    void click(const Point& point) override {
         pointer.move(static_cast<std::uint32_t>(point.x), static_cast<std::uint32_t>(point.y), 2560, 800);
         pointer.click();
-    }
-    /// Clicks there until something comes of it.
-    template <class Condition>
-    [[nodiscard]] bool clickUntil(const Point& point, Condition condition) {
-        return eventually([&] {
-            click(point);
-            return eventually(condition, std::chrono::milliseconds(500));
-        });
-    }
-    /// The same for what bears that name in the popover.
-    template <class Condition>
-    [[nodiscard]] bool clickUntil(const std::string& name, Condition condition) {
-        std::optional<Point> point;
-        return eventually([&] { return (point = place(name)).has_value(); }) &&
-               clickUntil(Point{.x = popoverWindow.x + point->x, .y = popoverWindow.y + point->y}, condition);
     }
     /// A keyboard is plugged in for it: who has the keyboard learns of that first.
     void press(const std::string& key) {
         Process typing({"wtype", "-s", "100", "-k", key, "-s", "50"}, environment());
         ASSERT_EQ(typing.waitForEnd(), Ending{.exitStatus = 0}) << typing.errors();
     }
-    [[nodiscard]] bool escapeClosesThePopover() {
-        return eventually([this] {
-            press("Escape");
-            return !place("Quit Nocta");
-        });
-    }
+    void pressEscape() override { press("Escape"); }
 
     /// A window of another program, on the screen that has the keyboard.
     [[nodiscard]] std::unique_ptr<Process> openWindow(const std::string& applicationId, const std::string& script) {
@@ -114,12 +54,7 @@ class PersonsWaylandDay : public WaylandDesktop {
         return window;
     }
 
-    [[nodiscard]] bool settingsHave(const std::string& line) const {
-        return settings().find("\n" + line + "\n") != std::string::npos;
-    }
-
     WaylandPointer pointer;
-    std::unique_ptr<Process> nocta;
 };
 
 TEST_F(PersonsWaylandDay, TheFirstLaunchGreetsAndQuitGivesTheScreenBack) {
@@ -144,7 +79,7 @@ TEST_F(PersonsWaylandDay, AClickElsewhereClosesThePopoverOnWhicheverScreen) {
     EXPECT_TRUE(clickUntil(desktop, [this] { return !place("Quit Nocta"); }));
     for (const auto& elsewhere : {secondDesktop, desktop}) {
         EXPECT_EQ(startNocta()->waitForEnd(), Ending{.exitStatus = 0}) << "a second launch opens it";
-        ASSERT_TRUE(popoverOpens());
+        ASSERT_TRUE(popoverAppears());
         EXPECT_TRUE(clickUntil(elsewhere, [this] { return !place("Quit Nocta"); })) << elsewhere.x;
     }
 }
@@ -182,7 +117,7 @@ TEST_F(PersonsWaylandDay, ABreakCoversThePopoverAndGivesItsPlaceBack) {
     launch();
     nocta->write("break\n");
     ASSERT_TRUE(appears("Skip break"));
-    EXPECT_TRUE(eventually([] { return !popoverIsOnScreen(); }));
+    EXPECT_TRUE(eventually([this] { return !popoverIsOnScreen(); }));
     // The popover's key, which has the keyboard no more.
     press("Escape");
     EXPECT_TRUE(place("Quit Nocta"));
@@ -254,7 +189,7 @@ TEST_F(PersonsWaylandDay, ThePopoverClosesWithItsScreenAndOpensOnTheNext) {
     sway.command("output HEADLESS-1 disable");
     EXPECT_TRUE(popoverCloses());
     EXPECT_EQ(startNocta()->waitForEnd(), Ending{.exitStatus = 0});
-    ASSERT_TRUE(popoverOpens());
+    ASSERT_TRUE(popoverAppears());
     sway.command("output HEADLESS-2 disable");
     EXPECT_TRUE(popoverCloses());
     EXPECT_EQ(startNocta()->waitForEnd(), Ending{.exitStatus = 0}) << "with all screens off";
@@ -281,13 +216,13 @@ TEST_F(PersonsWaylandDay, AClickOnTheItemInThePanelOpensAndClosesThePopover) {
     launch();
     ASSERT_TRUE(escapeClosesThePopover());
     std::optional<Point> item;
-    ASSERT_TRUE(eventually([&] { return (item = ScreenPicture::ofCompositor().middle(orange)).has_value(); }));
+    ASSERT_TRUE(eventually([&] { return (item = picture().middle(orange)).has_value(); }));
     // Never twice at one place: the panel hands a double click on as three.
     const Point left{.x = item->x - 5, .y = item->y};
     const Point right{.x = item->x + 5, .y = item->y};
     for (int i = 0; i < 2; ++i) {
         click(left);
-        ASSERT_TRUE(popoverOpens()) << i;
+        ASSERT_TRUE(popoverAppears()) << i;
         // Its shadow, which is over the panel, keeps no click from that.
         click(right);
         ASSERT_TRUE(popoverCloses()) << i;
