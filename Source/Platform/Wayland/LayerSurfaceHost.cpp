@@ -31,6 +31,14 @@ class LayerOverlay final : public OverlaySurface {
     LayerOverlay(LayerShell& shell, QWindow& window)
         : window(window), surface(shell, window, [this] { followScreen(); }) {
         QObject::connect(qGuiApp, &QGuiApplication::screenAdded, &context, [this] { followScreen(); });
+        // A compositor that closes the surface before it says that the output has gone, has had another one on the same
+        // output meanwhile, of which it will never say anything.
+        QObject::connect(qGuiApp, &QGuiApplication::screenRemoved, &context, [this](const QScreen* removed) {
+            if (removed == shownOn) {
+                surface.hide();
+                followScreen();
+            }
+        });
     }
 
     void show() override {
@@ -50,6 +58,7 @@ class LayerOverlay final : public OverlaySurface {
     void followScreen() {
         auto* const screen = firstScreen();
         if (isWanted && screen != nullptr && !surface.isShown()) {
+            shownOn = screen;
             surface.show(screen, {.purpose = "nocta-break",
                                   .layer = LayerPlace::Layer::overlay,
                                   .anchors = LayerPlace::allEdges,
@@ -64,6 +73,7 @@ class LayerOverlay final : public OverlaySurface {
     QObject context;
     LayerSurface surface;
     bool isWanted = false;
+    const QScreen* shownOn = nullptr; ///< to be compared with, no more: it may have gone
 };
 
 } // namespace
