@@ -62,7 +62,7 @@ systray_background_id = 0
 )";
 
 constexpr const char* waybarConfiguration = R"({
-    "output": "HEADLESS-1",
+    "output": ["HEADLESS-1", "Virtual-0"],
     "layer": "top",
     "position": "top",
     "height": 30,

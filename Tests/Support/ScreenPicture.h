@@ -27,6 +27,8 @@ class ScreenPicture {
     [[nodiscard]] static ScreenPicture ofCompositor();
     /// Of a PPM file. Throws where it is none.
     [[nodiscard]] static ScreenPicture read(const std::filesystem::path& file);
+    /// Of the KWin on the session bus, which draws by OpenGL, taken now.
+    [[nodiscard]] static ScreenPicture ofKWin();
 
     [[nodiscard]] int width() const { return columns; }
     [[nodiscard]] int height() const { return rows; }

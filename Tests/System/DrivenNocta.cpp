@@ -228,6 +228,8 @@ class Hand final : public ApplicationDelegate {
                            << std::endl;
              }},
             {"focus", [] { std::cerr << nameOfFocus() << std::endl; }},
+            {"keyboard",
+             [] { std::cerr << (QGuiApplication::focusWindow() != nullptr ? "ours" : "others'") << std::endl; }},
             {"reset", [] { FilterEngine::shared().resetAllDisplays(); }},
             {"quit", [] { Platform::current().application->terminate(); }},
             {"abort", [] { std::abort(); }},
