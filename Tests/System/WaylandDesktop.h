@@ -8,6 +8,7 @@
 #include "WaylandHome.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -35,7 +36,8 @@ class WaylandDesktop : public WaylandHome {
         });
     }
     [[nodiscard]] bool everyDisplayBecomes(const std::optional<Tint>& tint) const {
-        return eventually([&] { return everyDisplayShows(tint); });
+        // Fades take seconds, and the programs between them where others are busy too.
+        return eventually([&] { return everyDisplayShows(tint); }, std::chrono::seconds(30));
     }
 
     Sway sway;
