@@ -81,7 +81,8 @@ class PersonsKWinDayInPictures : public PersonsKWinDay {
 TEST_F(PersonsKWinDay, TheFirstLaunchGreetsAndQuitEndsIt) {
     launch();
     EXPECT_TRUE(place("Natural, 6500K")) << "the presets";
-    EXPECT_TRUE(clickUntil("Quit Nocta", [this] { return !nocta->isRunning(); }));
+    EXPECT_TRUE(clickUntil("Quit Nocta", [this] { return !nocta->isRunning(); }))
+        << "and the popover is " << (place("Quit Nocta") ? "open" : "closed");
     EXPECT_EQ(nocta->waitForEnd(), Ending{.exitStatus = 0});
     EXPECT_EQ(nocta->errors().find("error"), std::string::npos) << nocta->errors();
 }

@@ -62,7 +62,8 @@ TEST_F(PersonsWaylandDay, TheFirstLaunchGreetsAndQuitGivesTheScreenBack) {
     EXPECT_TRUE(everyDisplayBecomes(neutral));
     EXPECT_TRUE(place("Natural, 6500K")) << "the presets";
     EXPECT_FALSE(std::filesystem::exists(settingsFile())) << "nothing was changed yet";
-    EXPECT_TRUE(clickUntil("Quit Nocta", [this] { return !nocta->isRunning(); }));
+    EXPECT_TRUE(clickUntil("Quit Nocta", [this] { return !nocta->isRunning(); }))
+        << "and the popover is " << (place("Quit Nocta") ? "open" : "closed");
     EXPECT_EQ(nocta->waitForEnd(), Ending{.exitStatus = 0});
     EXPECT_TRUE(everyDisplayBecomes(std::nullopt));
 }
