@@ -19,7 +19,6 @@ using namespace std::chrono_literals;
 class CalibrationFileTest : public testing::Test {
   protected:
     CalibrationFileTest() { setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1); }
-    ~CalibrationFileTest() override { unsetenv("XDG_RUNTIME_DIR"); }
 
     [[nodiscard]] std::filesystem::path path() const { return folder.path() / "nocta-calibration"; }
 

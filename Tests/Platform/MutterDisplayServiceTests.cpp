@@ -10,10 +10,9 @@
 #include "Support/XServer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <thread>
 
@@ -28,7 +27,7 @@ using test::Ramps;
 
 /// What a display shows for tables that are everywhere at this fraction.
 Ramps flatRamps(float level) {
-    return Ramps(std::size_t{3} * 256, static_cast<std::uint16_t>(static_cast<double>(level) * 65535.0 + 0.5));
+    return Ramps(std::size_t{3} * 256, static_cast<std::uint16_t>(std::lround(static_cast<double>(level) * 65535.0)));
 }
 
 class MutterDisplayServiceTest : public testing::Test {
@@ -221,37 +220,18 @@ TEST_F(MutterDisplayServiceTest, RestoresWithASerialThatGrewOld) {
     EXPECT_FALSE(hasFile());
 }
 
-TEST_F(MutterDisplayServiceTest, WhileMutterHangsFramesAreLeftOutAndNothingWaits) {
-    const auto calls = mutter->runtimeFolder() / "calls";
-    test::Process monitor(
-        {"sh", "-c", "exec dbus-monitor --session \"type='method_call',member='SetCrtcGamma'\" >" + calls.string()});
-    const auto callCount = [&] {
-        std::ifstream file(calls);
-        const std::string text((std::istreambuf_iterator<char>(file)), {});
-        std::size_t count = 0;
-        for (auto at = text.find("member=SetCrtcGamma"); at != std::string::npos;
-             at = text.find("member=SetCrtcGamma", at + 1)) {
-            ++count;
-        }
-        return count;
-    };
+TEST_F(MutterDisplayServiceTest, WhileMutterHangsNothingWaitsAndTheNewestWins) {
     const auto service = makeService();
-    // Until the monitor sees them.
-    ASSERT_TRUE(loop.runUntil([&] {
-        load(*service, 0.5F);
-        return callCount() > 0 && allShow(flatRamps(0.5F));
-    }));
-    loop.runFor(std::chrono::milliseconds(100));
-    const auto before = callCount();
+    load(*service, 0.5F);
+    ASSERT_TRUE(allBecome(flatRamps(0.5F)));
     mutter->signal(SIGSTOP);
     for (int frame = 1; frame <= 100; ++frame) {
         load(*service, static_cast<float>(frame) / 200);
-        loop.runFor(std::chrono::milliseconds(1));
+        loop.runDue();
     }
     load(*service, 0.75F);
     mutter->signal(SIGCONT);
-    ASSERT_TRUE(allBecome(flatRamps(0.75F)));
-    EXPECT_LE(callCount(), before + 6) << "one that waits and the newest, for each of three displays";
+    EXPECT_TRUE(allBecome(flatRamps(0.75F)));
 }
 
 TEST_F(MutterDisplayServiceTest, WhatAHangingMutterDidNotTakeBackTheGuardDoes) {

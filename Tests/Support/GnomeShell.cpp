@@ -2,12 +2,10 @@
 
 #include "Support/Eventually.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <stdexcept>
 
 namespace nocta::test {
@@ -103,10 +101,9 @@ Process::Environment GnomeShell::environment() const {
 
 std::optional<std::string> GnomeShell::evaluate(const std::string& script) const {
     const auto file = folder.path() / "answer";
-    Process question({"sh", "-c",
-                      "exec gdbus call --session --dest org.gnome.Shell --object-path /org/gnome/Shell "
-                      "--method org.gnome.Shell.Eval \"$1\" >\"$2\"",
-                      "sh", script, file});
+    const std::string command = "exec gdbus call --session --dest org.gnome.Shell --object-path /org/gnome/Shell "
+                                "--method org.gnome.Shell.Eval \"$1\" >\"$2\"";
+    Process question({"sh", "-c", command, "sh", script, file});
     if (question.waitForEnd() != Ending{.exitStatus = 0}) {
         return std::nullopt;
     }
@@ -120,40 +117,16 @@ std::optional<std::string> GnomeShell::evaluate(const std::string& script) const
     return answer.substr(start.size(), end - start.size());
 }
 
-std::optional<Point> GnomeShell::place(const std::string& label) const {
-    const auto found = evaluate(R"(
-        const find = actor => {
-            if (!actor.mapped)
-                return null;
-            if (actor instanceof imports.gi.St.Label && actor.text === ')" +
-                                label + R"(')
-                return actor;
-            for (const child of actor.get_children()) {
-                const found = find(child);
-                if (found)
-                    return found;
-            }
-            return null;
-        };
-        const found = find(global.stage);
-        const [x, y] = found ? found.get_transformed_position() : [0, 0];
-        found ? `${Math.round(x + found.width / 2)} ${Math.round(y + found.height / 2)}` : '')");
-    std::istringstream words(unquoted(found.value_or("")));
-    Point point;
-    return words >> point.x >> point.y ? std::optional(point) : std::nullopt;
-}
-
 std::string GnomeShell::focusedWindow() const {
     return unquoted(evaluate("global.display.focus_window?.get_wm_class() ?? ''").value_or(""));
 }
 
 ScreenPicture GnomeShell::picture() const {
     const auto file = (folder.path() / "screen").string();
-    Process question({"sh", "-c",
-                      "gdbus call --session --dest org.gnome.Shell --object-path /org/gnome/Shell/Screenshot --method "
-                      "org.gnome.Shell.Screenshot.Screenshot false false \"$1.png\" >/dev/null && "
-                      "exec convert \"$1.png\" -depth 8 \"$1.ppm\"",
-                      "sh", file});
+    const std::string command = "gdbus call --session --dest org.gnome.Shell --object-path /org/gnome/Shell/Screenshot "
+                                "--method org.gnome.Shell.Screenshot.Screenshot false false \"$1.png\" >/dev/null && "
+                                "exec convert \"$1.png\" -depth 8 \"$1.ppm\"";
+    Process question({"sh", "-c", command, "sh", file});
     if (question.waitForEnd() != Ending{.exitStatus = 0}) {
         throw std::runtime_error("no picture of the screen: " + question.errors());
     }
@@ -178,8 +151,9 @@ void GnomeShell::press(const std::vector<int>& keys) const {
     for (const int key : keys) {
         notify(key, "PRESSED");
     }
-    for (auto key = keys.rbegin(); key != keys.rend(); ++key) {
-        notify(*key, "RELEASED");
+    const std::vector<int> reversed(keys.rbegin(), keys.rend());
+    for (const int key : reversed) {
+        notify(key, "RELEASED");
     }
 }
 

@@ -32,8 +32,6 @@ class GnomeShell {
     /// What a script within the shell gives, as JSON; nothing where it fails.
     [[nodiscard]] std::optional<std::string> evaluate(const std::string& script) const;
 
-    /// The middle of the label with that text which the shell itself shows; nothing while it shows none.
-    [[nodiscard]] std::optional<Point> place(const std::string& label) const;
     /// The class of the window that has the keyboard; empty where none has.
     [[nodiscard]] std::string focusedWindow() const;
     [[nodiscard]] ScreenPicture picture() const;

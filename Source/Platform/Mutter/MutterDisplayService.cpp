@@ -327,7 +327,8 @@ void MutterDisplayService::askForCalibration() {
         if (isAskedFor(crtc)) {
             ++questions;
             config.askRamps(serial, crtc.id,
-                            [this, id = crtc.id, round = questionRound, asked = serial](auto outcome, Ramps ramps) {
+                            [this, id = crtc.id, round = questionRound, asked = serial](DisplayConfig::Outcome outcome,
+                                                                                        Ramps ramps) {
                                 if (round == questionRound) {
                                     takeCalibration(id, asked, outcome, std::move(ramps));
                                 }
