@@ -82,7 +82,7 @@ class KWinDesktop : public testing::Test {
 
 TEST_F(KWinDesktop, LaunchShowsTheSavedPresetAndTheEndGivesTheScreensBack) {
     writeSettings("[General]\nactivePresetID=dusk\n");
-    const auto nocta = start({"nocta"});
+    const auto nocta = start({"driven-nocta"});
     EXPECT_TRUE(become(3400, 0.8)) << nocta->errors();
     nocta->signal(SIGTERM);
     EXPECT_EQ(nocta->waitForEnd(), cleanExit);
@@ -92,7 +92,7 @@ TEST_F(KWinDesktop, LaunchShowsTheSavedPresetAndTheEndGivesTheScreensBack) {
 
 TEST_F(KWinDesktop, AProgramThatIsKilledLeavesNoTint) {
     writeSettings("[General]\nactivePresetID=sleep\n");
-    const auto nocta = start({"nocta"});
+    const auto nocta = start({"driven-nocta"});
     ASSERT_TRUE(become(1900, 0.5)) << nocta->errors();
     nocta->signal(SIGKILL);
     EXPECT_TRUE(becomeTheirOwn());
@@ -114,7 +114,7 @@ TEST_F(KWinDesktop, FollowsThePresetsAlsoOnAScreenThatIsSwitchedOn) {
 
 TEST_F(KWinDesktop, DimsThePopoverTooAndTakesNoClick) {
     writeSettings("[General]\nactivePresetID=sleep\n");
-    const auto nocta = start({"nocta"});
+    const auto nocta = start({"driven-nocta"});
     ASSERT_TRUE(become(1900, 0.5)) << nocta->errors();
     EXPECT_EQ(start({"noctactl", "popover"})->waitForEnd(), cleanExit);
     // The popover's is the upper right corner. Nothing there is as bright as the screens are.
@@ -140,7 +140,7 @@ TEST_F(KWinDesktop, DimsThePopoverTooAndTakesNoClick) {
 
 TEST_F(KWinDesktop, EndsWithAnErrorWhenTheCompositorGoesAway) {
     writeSettings("[General]\nactivePresetID=dusk\n");
-    const auto nocta = start({"nocta"});
+    const auto nocta = start({"driven-nocta"});
     ASSERT_TRUE(become(3400, 0.8)) << nocta->errors();
     kwin.kill();
     EXPECT_EQ(nocta->waitForEnd(), failedStart);
