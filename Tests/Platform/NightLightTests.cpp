@@ -67,7 +67,7 @@ class NightLightTest : public testing::Test {
         const bool isAbove = kwin.temperature().value_or(0) > kelvin;
         return loop.runUntil([&] { return (kwin.temperature().value_or(0) > kelvin) != isAbove; }, patience);
     }
-    void ask(const char* method, const char* argument) {
+    static void ask(const char* method, const char* argument) {
         test::Process question({"dbus-send", "--session", "--type=method_call", "--dest=org.kde.KWin", "/ColorCorrect",
                                 std::string("org.kde.kwin.ColorCorrect.") + method, argument});
         ASSERT_EQ(question.waitForEnd(), test::Ending{.exitStatus = 0});

@@ -26,10 +26,8 @@ std::filesystem::path makeFolder(const std::filesystem::path& path) {
 
 /// The packaged program carries a capability, with which not every machine lets it start; a copy does not. It goes by
 /// its name: under another one it does not find a part of itself.
-std::filesystem::path copyProgram(const std::filesystem::path& folder) {
-    const auto program = folder / "kwin_wayland";
-    std::filesystem::copy_file("/usr/bin/kwin_wayland", program);
-    return program;
+void copyProgram(const std::filesystem::path& folder) {
+    std::filesystem::copy_file("/usr/bin/kwin_wayland", folder / "kwin_wayland");
 }
 
 using Connection = std::unique_ptr<DBusConnection, void (*)(DBusConnection*)>;

@@ -57,7 +57,9 @@ void NightColorDisplayService::load(DisplayID display, std::span<const float> re
     if (!isAvailable() || red.empty() || green.empty() || blue.empty()) {
         return;
     }
-    const auto next = NightTint::nearest({.red = red.back(), .green = green.back(), .blue = blue.back()});
+    const auto next = NightTint::nearest({.red = static_cast<double>(red.back()),
+                                          .green = static_cast<double>(green.back()),
+                                          .blue = static_cast<double>(blue.back())});
     if (!dimmer->setBrightness(display, next.brightness)) {
         return;
     }
@@ -94,6 +96,7 @@ std::vector<DisplayDescription> NightColorDisplayService::describe() {
     std::vector<DisplayDescription> descriptions;
     std::vector<DisplayID> displays(activeDisplays({}));
     activeDisplays(displays);
+    descriptions.reserve(displays.size());
     for (const auto display : displays) {
         descriptions.push_back({.id = display,
                                 .name = dimmer->nameOf(display),

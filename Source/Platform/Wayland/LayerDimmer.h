@@ -41,7 +41,7 @@ class LayerDimmer {
 
     /// Writes the numbers of the outputs, which are the compositor's and never zero, into `buffer` as far as it
     /// reaches, in its order, and returns how many there are.
-    std::size_t outputs(std::span<std::uint32_t> buffer) const;
+    [[nodiscard]] std::size_t outputs(std::span<std::uint32_t> buffer) const;
     /// Empty where the compositor keeps it to itself.
     [[nodiscard]] std::string nameOf(std::uint32_t output) const;
 
