@@ -132,6 +132,26 @@ TEST_F(PersonsKWinDay, AnApplicationInFrontIsKnownAndNoctaItselfIsNone) {
     EXPECT_EQ(frontApplication(), "org.example.other");
 }
 
+TEST_F(PersonsKWinDay, AnApplicationInFrontHasItsPreset) {
+    writeSettings("[General]\nactivePresetID=dusk\n"
+                  "appProfiles=\"@ByteArray({\\\"org.example.film\\\":\\\"evening\\\"})\"\n");
+    // Halfway between the two, as KWin has colours near to them.
+    static constexpr std::uint32_t between = (2700 + 3400) / 2;
+    static constexpr std::uint32_t cooler = 4000;
+    const auto isDusk = [this] {
+        const auto kelvin = kwin.temperature().value_or(0);
+        return kelvin > between && kelvin < cooler;
+    };
+    const auto isEvening = [this] { return kwin.temperature().value_or(cooler) < between; };
+    launch();
+    ASSERT_TRUE(escapeClosesThePopover());
+    ASSERT_TRUE(eventually(isDusk));
+    const auto film = openWindow("org.example.film");
+    EXPECT_TRUE(eventually(isEvening));
+    const auto other = openWindow("org.example.other");
+    EXPECT_TRUE(eventually(isDusk));
+}
+
 TEST_F(PersonsKWinDayInPictures, ABreakCoversAFullScreenWindowAndIsSkippedByItsButton) {
     writeSettings(longBreaks);
     const auto film = openWindow("org.example.film", "fullscreen");
