@@ -26,6 +26,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <unistd.h>
+
 namespace nocta {
 
 namespace {
@@ -38,10 +40,11 @@ int failure(const char* reason) {
 /// Whichever connection to the server notices first. At once: nothing is left to put in order, and Qt, which would end
 /// the process by itself, has no way of its own to leave a server that is gone.
 void endWithoutServer() {
-    // Qt's threads may notice as well, while the process ends.
+    // Qt's threads may notice as well, while the process ends; who returned from here would end it before its last
+    // word.
     static std::atomic_flag isEnding;
-    if (isEnding.test_and_set()) {
-        return;
+    while (isEnding.test_and_set()) {
+        pause();
     }
     std::fputs("nocta: the display server went away\n", stderr);
     std::_Exit(EXIT_FAILURE);
