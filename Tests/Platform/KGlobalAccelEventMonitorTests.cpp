@@ -1,6 +1,6 @@
 #include "Platform/KWin/KGlobalAccelEventMonitor.h"
 
-#include "Platform/DBus/SignalReceiver.h"
+#include "Platform/Bus/SignalReceiver.h"
 #include "QtLoop.h"
 #include "Support/KWin.h"
 #include "Support/KWinInput.h"

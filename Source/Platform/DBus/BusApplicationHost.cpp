@@ -1,6 +1,6 @@
 #include "Platform/DBus/BusApplicationHost.h"
 
-#include "Platform/DBus/SessionBusName.h"
+#include "Platform/Bus/SessionBusName.h"
 
 #include <algorithm>
 #include <array>

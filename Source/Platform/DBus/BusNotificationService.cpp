@@ -1,6 +1,6 @@
 #include "Platform/DBus/BusNotificationService.h"
 
-#include "Platform/DBus/SessionBusName.h"
+#include "Platform/Bus/SessionBusName.h"
 #include "Platform/RunLoop.h"
 
 #include <utility>

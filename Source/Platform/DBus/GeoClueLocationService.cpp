@@ -1,6 +1,6 @@
 #include "Platform/DBus/GeoClueLocationService.h"
 
-#include "Platform/DBus/SignalReceiver.h"
+#include "Platform/Bus/SignalReceiver.h"
 #include "Platform/DBus/SystemBusConnection.h"
 
 #include <chrono>

@@ -1,6 +1,6 @@
 #include "Platform/DBus/LoginSystemEvents.h"
 
-#include "Platform/DBus/SignalReceiver.h"
+#include "Platform/Bus/SignalReceiver.h"
 #include "Platform/DBus/SystemBusConnection.h"
 #include "Platform/SuspendMeter.h"
 

@@ -1,8 +1,8 @@
 #include "Platform/DBus/NotifierStatusItem.h"
 
+#include "Platform/Bus/SessionBusName.h"
+#include "Platform/Bus/SignalReceiver.h"
 #include "Platform/DBus/DBusMenu.h"
-#include "Platform/DBus/SessionBusName.h"
-#include "Platform/DBus/SignalReceiver.h"
 
 #include <array>
 #include <utility>

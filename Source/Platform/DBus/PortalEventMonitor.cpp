@@ -1,7 +1,7 @@
 #include "Platform/DBus/PortalEventMonitor.h"
 
-#include "Platform/DBus/SessionBusName.h"
-#include "Platform/DBus/SignalReceiver.h"
+#include "Platform/Bus/SessionBusName.h"
+#include "Platform/Bus/SignalReceiver.h"
 #include "Platform/KeyMonitors.h"
 
 #include <utility>

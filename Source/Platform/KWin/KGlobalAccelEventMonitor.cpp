@@ -1,7 +1,7 @@
 #include "Platform/KWin/KGlobalAccelEventMonitor.h"
 
-#include "Platform/DBus/SignalReceiver.h"
-#include "Platform/KWin/BusNameOwner.h"
+#include "Platform/Bus/BusNameOwner.h"
+#include "Platform/Bus/SignalReceiver.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #include "Platform/KWin/KWinScriptWorkspace.h"
 
-#include "Platform/DBus/SessionBusName.h"
-#include "Platform/KWin/BusNameOwner.h"
+#include "Platform/Bus/BusNameOwner.h"
+#include "Platform/Bus/SessionBusName.h"
 
 #include <functional>
 #include <utility>

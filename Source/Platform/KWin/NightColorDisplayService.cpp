@@ -1,7 +1,7 @@
 #include "Platform/KWin/NightColorDisplayService.h"
 
 #include "Platform/KWin/NightLight.h"
-#include "Platform/Wayland/WaylandClient.h"
+#include "Platform/WaylandClient/WaylandClient.h"
 
 #include <utility>
 

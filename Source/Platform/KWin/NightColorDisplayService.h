@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Platform/DisplayService.h"
+#include "Platform/KWin/LayerDimmer.h"
 #include "Platform/KWin/NightTint.h"
-#include "Platform/Wayland/LayerDimmer.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,6 +1,6 @@
 #include "Platform/KWin/NightLight.h"
 
-#include "Platform/DBus/SessionBusName.h"
+#include "Platform/Bus/SessionBusName.h"
 #include "Platform/KWin/NightTint.h"
 
 #include <algorithm>

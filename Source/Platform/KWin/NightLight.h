@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/DBus/SignalReceiver.h"
+#include "Platform/Bus/SignalReceiver.h"
 #include "Platform/RunLoop.h"
 
 #include <array>

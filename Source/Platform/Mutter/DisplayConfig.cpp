@@ -1,6 +1,6 @@
 #include "Platform/Mutter/DisplayConfig.h"
 
-#include "Platform/DBus/SessionBusName.h"
+#include "Platform/Bus/SessionBusName.h"
 
 #include <utility>
 

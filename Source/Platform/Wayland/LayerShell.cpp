@@ -1,6 +1,6 @@
 #include "Platform/Wayland/LayerShell.h"
 
-#include "Platform/Wayland/LayerShellProtocol.h"
+#include "Platform/WaylandClient/LayerShellProtocol.h"
 
 #include <algorithm>
 

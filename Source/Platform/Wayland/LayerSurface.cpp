@@ -1,7 +1,7 @@
 #include "Platform/Wayland/LayerSurface.h"
 
 #include "Platform/Wayland/LayerShell.h"
-#include "Platform/Wayland/LayerShellProtocol.h"
+#include "Platform/WaylandClient/LayerShellProtocol.h"
 
 #include <algorithm>
 #include <utility>

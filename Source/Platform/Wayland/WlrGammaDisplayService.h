@@ -2,7 +2,7 @@
 
 #include "Platform/DisplayService.h"
 #include "Platform/RunLoop.h"
-#include "Platform/Wayland/WaylandClient.h"
+#include "Platform/WaylandClient/WaylandClient.h"
 
 #include <array>
 #include <cstddef>

@@ -2,7 +2,7 @@
 
 #include "Platform/DesktopFiles/FrontApplication.h"
 #include "Platform/RunLoop.h"
-#include "Platform/Wayland/WaylandClient.h"
+#include "Platform/WaylandClient/WaylandClient.h"
 #include "Platform/Workspace.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/RunLoop.h"
-#include "Platform/Wayland/WaylandClient.h"
+#include "Platform/WaylandClient/WaylandClient.h"
 
 #include <array>
 #include <cstdint>

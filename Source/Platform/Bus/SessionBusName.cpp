@@ -1,4 +1,4 @@
-#include "Platform/DBus/SessionBusName.h"
+#include "Platform/Bus/SessionBusName.h"
 
 #include <QFileInfo>
 #include <QString>

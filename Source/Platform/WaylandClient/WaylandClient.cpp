@@ -1,4 +1,4 @@
-#include "Platform/Wayland/WaylandClient.h"
+#include "Platform/WaylandClient/WaylandClient.h"
 
 #include <algorithm>
 #include <cerrno>

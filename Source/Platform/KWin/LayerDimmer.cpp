@@ -1,6 +1,6 @@
-#include "Platform/Wayland/LayerDimmer.h"
+#include "Platform/KWin/LayerDimmer.h"
 
-#include "Platform/Wayland/LayerShellProtocol.h"
+#include "Platform/WaylandClient/LayerShellProtocol.h"
 
 #include <algorithm>
 #include <cmath>

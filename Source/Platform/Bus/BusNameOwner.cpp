@@ -1,6 +1,6 @@
-#include "Platform/KWin/BusNameOwner.h"
+#include "Platform/Bus/BusNameOwner.h"
 
-#include "Platform/DBus/SessionBusName.h"
+#include "Platform/Bus/SessionBusName.h"
 
 #include <utility>
 
