@@ -324,9 +324,13 @@ void WlrGammaDisplayService::sendTables() {
 }
 
 bool WlrGammaDisplayService::sendTable(Output& output) {
-    ramps.resize(3 * output.size);
-    for (std::size_t channel = 0; channel < output.tables.size(); ++channel) {
-        fillRamp(output.tables[channel], std::span(ramps).subspan(channel * output.size, output.size));
+    // Most often every output has the same size and shows the same.
+    if (ramps.size() != 3 * output.size || tablesInRamps != output.tables) {
+        ramps.resize(3 * output.size);
+        tablesInRamps = output.tables;
+        for (std::size_t channel = 0; channel < output.tables.size(); ++channel) {
+            fillRamp(output.tables[channel], std::span(ramps).subspan(channel * output.size, output.size));
+        }
     }
     // A file of its own for each table: the compositor reads it when it gets to it, and from where its last reader
     // ended.

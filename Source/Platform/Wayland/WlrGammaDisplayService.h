@@ -85,7 +85,8 @@ class WlrGammaDisplayService final : public DisplayService {
     bool isWaitingForReceipt = false;
     Seconds reconnectDelay;
     std::unique_ptr<Timer> reconnecting;
-    std::vector<std::uint16_t> ramps; ///< of one display; kept for its memory
+    std::vector<std::uint16_t> ramps; ///< as last sent to any display
+    Tables tablesInRamps;
     bool available;
 };
 
