@@ -20,4 +20,15 @@ inline long memoryOf(pid_t process, const std::string& key) {
     throw std::runtime_error("no " + key);
 }
 
+/// Whether a file whose path has that part is in its memory.
+inline bool hasLoaded(pid_t process, const std::string& part) {
+    std::ifstream file("/proc/" + std::to_string(process) + "/maps");
+    for (std::string line; std::getline(file, line);) {
+        if (line.find(part) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace nocta::test

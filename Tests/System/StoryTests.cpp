@@ -3,6 +3,7 @@
 #include "Support/DrivenWindows.h"
 #include "Support/NotificationDaemon.h"
 #include "Support/Panel.h"
+#include "Support/ProcessMemory.h"
 #include "Support/ScreenPicture.h"
 
 #include <csignal>
@@ -76,6 +77,13 @@ TEST_F(PersonsDay, TheFirstLaunchGreetsAndQuitGivesTheScreenBack) {
     EXPECT_EQ(nocta->waitForEnd(), cleanExit);
     EXPECT_EQ(nocta->errors().find("nocta:"), std::string::npos);
     EXPECT_TRUE(isCalibrated());
+}
+
+TEST_F(PersonsDay, NoDriverOfOpenGLIsLoadedThatCostsMoreMemoryThanTheProgram) {
+    launch();
+    EXPECT_TRUE(hasLoaded(nocta->id(), "libQt6Gui")) << "what is loaded can be seen";
+    EXPECT_FALSE(hasLoaded(nocta->id(), "libEGL_"));
+    EXPECT_FALSE(hasLoaded(nocta->id(), "libGLX_"));
 }
 
 TEST_F(PersonsDay, APresetIsPickedAndTheSlidersMakeItTheirOwn) {

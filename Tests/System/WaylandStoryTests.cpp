@@ -1,5 +1,6 @@
 #include "Support/Panel.h"
 #include "Support/PhysicalKey.h"
+#include "Support/ProcessMemory.h"
 #include "Support/ScreenPicture.h"
 #include "Support/WaylandPointer.h"
 #include "WaylandDesktop.h"
@@ -66,6 +67,13 @@ TEST_F(PersonsWaylandDay, TheFirstLaunchGreetsAndQuitGivesTheScreenBack) {
         << "and the popover is " << (place("Quit Nocta") ? "open" : "closed");
     EXPECT_EQ(nocta->waitForEnd(), Ending{.exitStatus = 0});
     EXPECT_TRUE(everyDisplayBecomes(std::nullopt));
+}
+
+TEST_F(PersonsWaylandDay, NoDriverOfOpenGLIsLoadedThatCostsMoreMemoryThanTheProgram) {
+    launch();
+    EXPECT_TRUE(hasLoaded(nocta->id(), "libQt6Gui")) << "what is loaded can be seen";
+    EXPECT_FALSE(hasLoaded(nocta->id(), "libEGL_"));
+    EXPECT_FALSE(hasLoaded(nocta->id(), "libGLX_"));
 }
 
 TEST_F(PersonsWaylandDay, APresetIsPicked) {

@@ -11,6 +11,8 @@ namespace {
 void prepareEnvironment(const char* platformName) {
     qputenv("QT_QPA_PLATFORM", platformName);
     qputenv("QT_XCB_GL_INTEGRATION", "none");
+    qputenv("QT_WAYLAND_CLIENT_BUFFER_INTEGRATION", "none");
+    qputenv("QT_WAYLAND_DISABLE_HW_INTEGRATION", "1"); // or the compositor chooses one
     // On Wayland, windows that ask for it get no role from Qt: this program gives them one.
     qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
     // That all outputs are off is nothing to complain about.
