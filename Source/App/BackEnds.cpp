@@ -106,7 +106,7 @@ std::optional<std::string> displayServerName() {
     // Both have a name where a Wayland session serves X programs too, and where one of them is left from another
     // session.
     auto wayland = WaylandClient::serverName();
-    if (wayland && WaylandClient::offeredInterfaces()) {
+    if (wayland && WaylandClient::hasServer()) {
         return wayland;
     }
     const auto x11 = XConnection::serverName();
@@ -114,20 +114,19 @@ std::optional<std::string> displayServerName() {
 }
 
 const char* reachableWindowSystem() {
-    const auto wayland = WaylandClient::offeredInterfaces();
     // Elsewhere a window of Wayland's cannot be put where an overlay or a popover belongs.
-    if (wayland && wayland->contains("zwlr_layer_shell_v1")) {
+    if (WaylandClient::offers("zwlr_layer_shell_v1")) {
         return "wayland";
     }
     if (!XConnection().isLost()) {
         return "xcb";
     }
-    return wayland ? "wayland" : nullptr;
+    return WaylandClient::hasServer() ? "wayland" : nullptr;
 }
 
 std::unique_ptr<DisplayService> makeDisplayService(RunLoop& loop, const std::function<void()>& onServerLost) {
     auto service = firstAvailable(displayServices, loop, onServerLost);
-    if (!service && WaylandClient::offeredInterfaces()) {
+    if (!service && WaylandClient::hasServer()) {
         return std::make_unique<NoDisplayService>();
     }
     return service;

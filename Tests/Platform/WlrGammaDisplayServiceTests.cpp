@@ -29,9 +29,10 @@ Table flatTable(float level) {
 class Rival {
   public:
     explicit Rival(RunLoop& loop)
-        : client(loop, {.onGlobal = [this](const WaylandGlobal& global) { add(global); },
-                        .onGlobalRemoved = [](std::uint32_t) {},
-                        .onLost = [] {}}) {
+        : client(loop, zwlr_gamma_control_manager_v1_interface.name,
+                 {.onGlobal = [this](const WaylandGlobal& global) { add(global); },
+                  .onGlobalRemoved = [](std::uint32_t) {},
+                  .onLost = [] {}}) {
         if (!client.start()) {
             throw std::runtime_error("no compositor");
         }

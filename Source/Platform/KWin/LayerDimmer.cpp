@@ -188,10 +188,11 @@ void LayerDimmer::clear() {
 bool LayerDimmer::connect() {
     disconnect();
     client = std::make_unique<WaylandClient>(
-        loop, WaylandClient::Handlers{
-                  .onGlobal = [this](const WaylandGlobal& global) { addGlobal(global); },
-                  .onGlobalRemoved = [this](std::uint32_t name) { removeGlobal(name); },
-                  .onLost = [this] { reconnecting = loop.oneShot(Seconds(0), [this] { reconnect(); }); }});
+        loop, zwlr_layer_shell_v1_interface.name,
+        WaylandClient::Handlers{
+            .onGlobal = [this](const WaylandGlobal& global) { addGlobal(global); },
+            .onGlobalRemoved = [this](std::uint32_t name) { removeGlobal(name); },
+            .onLost = [this] { reconnecting = loop.oneShot(Seconds(0), [this] { reconnect(); }); }});
     isUnderWay = false;
     const bool hasAnswered = client->start();
     covers.remove_if([](const Cover& cover) { return !cover.output; });

@@ -15,8 +15,7 @@ namespace {
 
 /// Another compositor may run within KWin's session, on its bus.
 bool isOnKWin() {
-    const auto offered = WaylandClient::offeredInterfaces();
-    return offered && offered->contains("org_kde_plasma_shell");
+    return WaylandClient::offers("org_kde_plasma_shell");
 }
 
 } // namespace

@@ -189,10 +189,11 @@ bool WlrGammaDisplayService::connect() {
     }
     manager.reset();
     client = std::make_unique<WaylandClient>(
-        loop, WaylandClient::Handlers{
-                  .onGlobal = [this](const WaylandGlobal& global) { addGlobal(global); },
-                  .onGlobalRemoved = [this](std::uint32_t name) { removeGlobal(name); },
-                  .onLost = [this] { reconnecting = loop.oneShot(Seconds(0), [this] { reconnect(); }); }});
+        loop, zwlr_gamma_control_manager_v1_interface.name,
+        WaylandClient::Handlers{
+            .onGlobal = [this](const WaylandGlobal& global) { addGlobal(global); },
+            .onGlobalRemoved = [this](std::uint32_t name) { removeGlobal(name); },
+            .onLost = [this] { reconnecting = loop.oneShot(Seconds(0), [this] { reconnect(); }); }});
     tablesUnderWay = 0;
     isWaitingForReceipt = false;
     const bool hasAnswered = client->start();

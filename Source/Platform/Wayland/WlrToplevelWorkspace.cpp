@@ -47,15 +47,16 @@ const zwlr_foreign_toplevel_manager_v1_listener WlrToplevelWorkspace::managerLis
 WlrToplevelWorkspace::WlrToplevelWorkspace(RunLoop& loop, std::vector<std::filesystem::path> desktopFileFolders)
     : front(loop, std::move(desktopFileFolders),
             {.onFirstObserver = [this] { begin(); }, .onLastObserver = [this] { stop(); }}),
-      client(loop, {.onGlobal =
-                        [this](const WaylandGlobal& global) {
-                            if (global.interface == zwlr_foreign_toplevel_manager_v1_interface.name) {
-                                manager = Global{.name = global.name, .version = global.version};
-                            }
-                        },
-                    .onGlobalRemoved = [](std::uint32_t /*name*/) {},
-                    // Whoever serves the displays ends the program.
-                    .onLost = [] {}}) {
+      client(loop, zwlr_foreign_toplevel_manager_v1_interface.name,
+             {.onGlobal =
+                  [this](const WaylandGlobal& global) {
+                      if (global.interface == zwlr_foreign_toplevel_manager_v1_interface.name) {
+                          manager = Global{.name = global.name, .version = global.version};
+                      }
+                  },
+              .onGlobalRemoved = [](std::uint32_t /*name*/) {},
+              // Whoever serves the displays ends the program.
+              .onLost = [] {}}) {
     if (!client.start()) {
         manager.reset();
     }

@@ -52,8 +52,8 @@ const wl_callback_listener WaylandClient::questionListener{
         onDone();
     }};
 
-WaylandClient::WaylandClient(RunLoop& loop, Handlers handlers)
-    : loop(loop), handlers(std::move(handlers)), display(connect()) {
+WaylandClient::WaylandClient(RunLoop& loop, std::string_view needed, Handlers handlers)
+    : loop(loop), handlers(std::move(handlers)), display(offers(needed) ? connect() : nullptr) {
     if (display != nullptr) {
         globals = wl_display_get_registry(display);
         wl_registry_add_listener(globals, &registryListener, this);
@@ -145,21 +145,31 @@ std::optional<std::string> WaylandClient::serverName() {
     return "wayland-" + name;
 }
 
-std::optional<std::set<std::string>> WaylandClient::offeredInterfaces() {
-    const std::unique_ptr<wl_display, void (*)(wl_display*)> server(connect(), &wl_display_disconnect);
-    if (!server) {
-        return std::nullopt;
+const WaylandClient::Interfaces& WaylandClient::offeredInterfaces() {
+    static std::string askedServer;
+    static Interfaces names;
+    const char* variable = std::getenv("WAYLAND_DISPLAY");
+    const std::string server = variable != nullptr ? variable : "";
+    if (!names.empty() && server == askedServer) {
+        return names;
     }
-    std::set<std::string> names;
+    names.clear();
+    askedServer = server;
+    const std::unique_ptr<wl_display, void (*)(wl_display*)> display(connect(), &wl_display_disconnect);
+    if (!display) {
+        return names;
+    }
     static const wl_registry_listener listener{
         .global = [](void* found, wl_registry*, std::uint32_t, const char* interface,
-                     std::uint32_t) { static_cast<std::set<std::string>*>(found)->insert(interface); },
+                     std::uint32_t) { static_cast<Interfaces*>(found)->insert(interface); },
         .global_remove = [](void*, wl_registry*, std::uint32_t) {}};
-    auto* const registry = wl_display_get_registry(server.get());
+    auto* const registry = wl_display_get_registry(display.get());
     wl_registry_add_listener(registry, &listener, &names);
-    const bool hasAnswered = wl_display_roundtrip(server.get()) >= 0;
+    if (wl_display_roundtrip(display.get()) < 0) {
+        names.clear();
+    }
     wl_registry_destroy(registry);
-    return hasAnswered ? std::optional(std::move(names)) : std::nullopt;
+    return names;
 }
 
 void WaylandClient::serve() {

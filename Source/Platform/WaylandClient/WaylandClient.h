@@ -37,17 +37,18 @@ class WaylandClient {
         std::function<void()> onLost; ///< once, from the run loop, when the connection has ended
     };
 
-    /// Connects to the compositor that WAYLAND_DISPLAY names. `loop` outlives the client.
-    WaylandClient(RunLoop& loop, Handlers handlers);
+    /// Connects to the compositor that WAYLAND_DISPLAY names, where it offers the interface that is needed. `loop`
+    /// outlives the client.
+    WaylandClient(RunLoop& loop, std::string_view needed, Handlers handlers);
     WaylandClient(const WaylandClient&) = delete;
     WaylandClient& operator=(const WaylandClient&) = delete;
     /// Whoever made objects on the connection has destroyed them before.
     ~WaylandClient();
 
-    /// Learns of every global there is. Waits for the compositor; false where there is none, or none that answers.
+    /// Learns of every global there is. Waits for the compositor; false where there is no connection, or no answer.
     [[nodiscard]] bool start();
 
-    /// Null where there is no compositor.
+    /// Null where there is no connection.
     [[nodiscard]] wl_registry* registry() const { return globals; }
 
     /// Sends the requests that were queued, without waiting: what the compositor does not take now is sent later.
@@ -60,8 +61,11 @@ class WaylandClient {
 
     /// A name of the compositor that WAYLAND_DISPLAY names, fit for a file name; nothing where it names none.
     [[nodiscard]] static std::optional<std::string> serverName();
-    /// The names of all that it offers; nothing where no compositor answers. Waits for it, and needs no run loop.
-    [[nodiscard]] static std::optional<std::set<std::string>> offeredInterfaces();
+    /// Whether one answers at that name. Main thread only, as `offers`: what it offered when it was first asked is
+    /// remembered, as some compositors take a twentieth of a second for every new client.
+    [[nodiscard]] static bool hasServer() { return !offeredInterfaces().empty(); }
+    /// Whether it offers that interface.
+    [[nodiscard]] static bool offers(std::string_view interface) { return offeredInterfaces().contains(interface); }
 
   private:
     struct Question {
@@ -69,8 +73,13 @@ class WaylandClient {
         std::function<void()> onDone;
     };
 
+    using Interfaces = std::set<std::string, std::less<>>;
+
     static const wl_registry_listener registryListener;
     static const wl_callback_listener questionListener;
+
+    /// Empty where no compositor answers. Waits for it, and needs no run loop.
+    static const Interfaces& offeredInterfaces();
 
     void serve();
     /// Takes what has come in; false when the connection has ended.
