@@ -5,17 +5,16 @@
 // Usage: desktop-figures [IDLE-SECONDS [OPENINGS [LAUNCHES]]], 300, 100 and 10 unless told; 0 leaves a part out. Half
 // an hour of idling has a break in it.
 
-#include "Measured.h"
 #include "Support/DrivenDisplays.h"
 #include "Support/DrivenWindows.h"
 #include "Support/Eventually.h"
 #include "Support/Panel.h"
 #include "Support/Process.h"
-#include "Support/ProcessMemory.h"
 #include "Support/SessionBus.h"
 #include "Support/SystemBus.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/XServer.h"
+#include "WholeDesktop.h"
 
 #include <chrono>
 #include <cstdint>
@@ -38,15 +37,6 @@ using namespace nocta::test; // NOLINT(google-build-using-namespace)
 using nocta::XReply;
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
-
-/// Longer than the popover's window outlives its closing.
-constexpr std::chrono::seconds untilAtRest{40};
-
-constexpr const char* everythingOn =
-    "[General]\nactivePresetID=dusk\nscheduleEnabled=true\nscheduleUsesLocation=false\n"
-    "manualSunrise=21600\nmanualSunset=64800\nbreaksEnabled=true\n"
-    "breakIntervalMinutes=30\nbreakDurationSeconds=20\nshowMenuBarScore=true\n"
-    "appProfiles=\"@ByteArray({\\\"reader\\\":\\\"sleep\\\"})\"\n";
 
 void run(std::vector<std::string> command) {
     Process process(std::move(command));
@@ -171,17 +161,6 @@ std::unique_ptr<Process> startRedshift(const Session& session) {
 
 // --- Memory ---
 
-void printMemory(const std::string& what, const std::vector<pid_t>& processes) {
-    long dirty = 0;
-    long shared = 0;
-    for (const auto process : processes) {
-        dirty += memoryOf(process, "Private_Dirty:");
-        shared += memoryOf(process, "Pss:");
-    }
-    std::printf("| %s | %ld kB | %ld kB |\n", what.c_str(), dirty, shared);
-    std::fflush(stdout);
-}
-
 void memoryFigures(int openings) {
     const Session session;
     const auto redshift = startRedshift(session);
@@ -226,13 +205,6 @@ void memoryFigures(int openings) {
 // --- Idle ---
 
 void idleFigures(int seconds) {
-    struct Watched {
-        std::string name;
-        std::vector<pid_t> processes;
-        long switches = 0;
-        long ticks = 0;
-        long memory = 0;
-    };
     const Session session;
     const auto nocta = session.startNocta();
     const auto noctaFamily = family(*nocta, "nocta-guard");
@@ -243,33 +215,9 @@ void idleFigures(int seconds) {
                                  {.name = "nocta-guard", .processes = {noctaFamily.back()}},
                                  {.name = "redshift-gtk and its redshift", .processes = family(*redshift, "redshift")},
                                  {.name = "Workrave", .processes = {workrave->id()}}};
-    std::this_thread::sleep_for(std::chrono::seconds(90)); // the item's first minute as well
+    std::this_thread::sleep_for(untilItemAtRest);
     require(workrave->isRunning(), workrave->errors().c_str());
-    const auto sum = [](const std::vector<pid_t>& processes, auto count) {
-        long total = 0;
-        for (const auto process : processes) {
-            total += count(process);
-        }
-        return total;
-    };
-    const auto memory = [](pid_t process) { return memoryOf(process, "Private_Dirty:"); };
-    for (auto& peer : watched) {
-        peer.memory = sum(peer.processes, memory);
-        peer.switches = sum(peer.processes, &switchesOf);
-        peer.ticks = sum(peer.processes, &ticksOf);
-    }
-    std::this_thread::sleep_for(std::chrono::seconds(seconds));
-    std::printf(
-        "\n| idle for %d s with everything on | context switches a minute | CPU ticks | private dirty before | after "
-        "|\n|---|---|---|---|---|\n",
-        seconds);
-    for (const auto& peer : watched) {
-        const auto switches = sum(peer.processes, &switchesOf) - peer.switches;
-        const auto ticks = sum(peer.processes, &ticksOf) - peer.ticks;
-        std::printf("| %s | %.1f | %ld | %ld kB | %ld kB |\n", peer.name.c_str(),
-                    static_cast<double>(switches) * 60 / seconds, ticks, peer.memory, sum(peer.processes, memory));
-    }
-    std::fflush(stdout);
+    printIdle(seconds, std::move(watched));
     end(*nocta);
     end(*workrave);
     end(*redshift);

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "Measured.h"
+#include "Support/ProcessMemory.h"
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace nocta::test {
+
+/// Longer than the popover's window outlives its closing.
+inline constexpr std::chrono::seconds untilAtRest{40};
+/// The item's first minute as well.
+inline constexpr std::chrono::seconds untilItemAtRest{90};
+
+inline constexpr const char* everythingOn =
+    "[General]\nactivePresetID=dusk\nscheduleEnabled=true\nscheduleUsesLocation=false\n"
+    "manualSunrise=21600\nmanualSunset=64800\nbreaksEnabled=true\n"
+    "breakIntervalMinutes=30\nbreakDurationSeconds=20\nshowMenuBarScore=true\n"
+    "appProfiles=\"@ByteArray({\\\"reader\\\":\\\"sleep\\\"})\"\n";
+
+inline void printMemory(const std::string& what, const std::vector<pid_t>& processes) {
+    long dirty = 0;
+    long shared = 0;
+    for (const auto process : processes) {
+        dirty += memoryOf(process, "Private_Dirty:");
+        shared += memoryOf(process, "Pss:");
+    }
+    std::printf("| %s | %ld kB | %ld kB |\n", what.c_str(), dirty, shared);
+    std::fflush(stdout);
+}
+
+/// A program, of one process or several, that is watched while nobody touches anything.
+struct Watched {
+    std::string name;
+    std::vector<pid_t> processes;
+    long switches = 0;
+    long ticks = 0;
+    long memory = 0;
+};
+
+inline void printIdle(int seconds, std::vector<Watched> watched) {
+    const auto sum = [](const std::vector<pid_t>& processes, auto count) {
+        long total = 0;
+        for (const auto process : processes) {
+            total += count(process);
+        }
+        return total;
+    };
+    const auto memory = [](pid_t process) { return memoryOf(process, "Private_Dirty:"); };
+    for (auto& program : watched) {
+        program.memory = sum(program.processes, memory);
+        program.switches = sum(program.processes, &switchesOf);
+        program.ticks = sum(program.processes, &ticksOf);
+    }
+    std::this_thread::sleep_for(std::chrono::seconds(seconds));
+    std::printf(
+        "\n| idle for %d s with everything on | context switches a minute | CPU ticks | private dirty before | after "
+        "|\n|---|---|---|---|---|\n",
+        seconds);
+    for (const auto& program : watched) {
+        const auto switches = sum(program.processes, &switchesOf) - program.switches;
+        const auto ticks = sum(program.processes, &ticksOf) - program.ticks;
+        std::printf("| %s | %.1f | %ld | %ld kB | %ld kB |\n", program.name.c_str(),
+                    static_cast<double>(switches) * 60 / seconds, ticks, program.memory,
+                    sum(program.processes, memory));
+    }
+    std::fflush(stdout);
+}
+
+} // namespace nocta::test
