@@ -278,15 +278,15 @@ void idleFigures(int seconds) {
     struct Watched {
         std::string name;
         pid_t pid;
-        long switches;
+        Switches switches;
         long ticks;
     };
     std::vector<Watched> watched;
     const auto start = [&](const Session& session, const std::string& name) {
         auto nocta = session.startNocta();
         require(eventually([&] { return nocta->children("nocta-guard").size() == 1; }), "the guard");
-        watched.push_back({name, nocta->id(), 0, 0});
-        watched.push_back({name + ", its guard", nocta->children("nocta-guard").front(), 0, 0});
+        watched.push_back({name, nocta->id(), {}, 0});
+        watched.push_back({name + ", its guard", nocta->children("nocta-guard").front(), {}, 0});
         return nocta;
     };
     Session still(1);
@@ -308,7 +308,7 @@ void idleFigures(int seconds) {
                 seconds);
     for (const auto& process : watched) {
         std::printf("| %s | %ld | %ld | %ld kB | %ld kB |\n", process.name.c_str(),
-                    switchesOf(process.pid) - process.switches, ticksOf(process.pid) - process.ticks,
+                    switchesSince(process.switches, process.pid), ticksOf(process.pid) - process.ticks,
                     memoryOf(process.pid, "Pss:"), memoryOf(process.pid, "Private_Dirty:"));
     }
 }

@@ -177,11 +177,11 @@ void idleFigures(int seconds) {
     session.settle();
     std::this_thread::sleep_for(std::chrono::seconds(15));
     const auto pid = session.nocta->id();
-    const long switches = switchesOf(pid);
+    const auto switches = switchesOf(pid);
     const long ticks = ticksOf(pid);
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
     std::printf("\n| idle for %d s | context switches | CPU ticks |\n|---|---|---|\n| Nocta | %ld | %ld |\n", seconds,
-                switchesOf(pid) - switches, ticksOf(pid) - ticks);
+                switchesSince(switches, pid), ticksOf(pid) - ticks);
 }
 
 } // namespace

@@ -130,10 +130,10 @@ int main() {
         desktop.model->setSelectedTab(tab);
         desktop.pass(std::chrono::seconds(2));
         const double idleBefore = test::cpuOf(pid);
-        const long switchesBefore = test::switchesOf(pid);
+        const auto switchesBefore = test::switchesOf(pid);
         desktop.pass(std::chrono::seconds(20));
         std::printf("| tab %d, 20 s of nothing: CPU, context switches | %.1f ms, %ld |\n", tab,
-                    test::cpuOf(pid) - idleBefore, test::switchesOf(pid) - switchesBefore);
+                    test::cpuOf(pid) - idleBefore, test::switchesSince(switchesBefore, pid));
         std::fflush(stdout);
     }
     desktop.popover.reset();

@@ -38,7 +38,7 @@ inline void printMemory(const std::string& what, const std::vector<pid_t>& proce
 struct Watched {
     std::string name;
     std::vector<pid_t> processes;
-    long switches = 0;
+    std::vector<Switches> switches{};
     long ticks = 0;
     long memory = 0;
 };
@@ -54,7 +54,9 @@ inline void printIdle(int seconds, std::vector<Watched> watched) {
     const auto memory = [](pid_t process) { return memoryOf(process, "Private_Dirty:"); };
     for (auto& program : watched) {
         program.memory = sum(program.processes, memory);
-        program.switches = sum(program.processes, &switchesOf);
+        for (const auto process : program.processes) {
+            program.switches.push_back(switchesOf(process));
+        }
         program.ticks = sum(program.processes, &ticksOf);
     }
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
@@ -63,7 +65,10 @@ inline void printIdle(int seconds, std::vector<Watched> watched) {
         "|\n|---|---|---|---|---|\n",
         seconds);
     for (const auto& program : watched) {
-        const auto switches = sum(program.processes, &switchesOf) - program.switches;
+        long switches = 0;
+        for (std::size_t i = 0; i < program.processes.size(); ++i) {
+            switches += switchesSince(program.switches[i], program.processes[i]);
+        }
         const auto ticks = sum(program.processes, &ticksOf) - program.ticks;
         std::printf("| %s | %.1f | %ld | %ld kB | %ld kB |\n", program.name.c_str(),
                     static_cast<double>(switches) * 60 / seconds, ticks, program.memory,

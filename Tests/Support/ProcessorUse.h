@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 
@@ -20,22 +21,29 @@ inline double cpuOf(pid_t pid) {
     return nanoseconds / 1e6;
 }
 
-/// The sum over all threads of the lines of a /proc status file that start with `key`.
-inline long statusSum(pid_t pid, const std::string& key) {
-    long sum = 0;
+/// Context switches so far, by the path of the thread: those of one that ends are not known any more.
+using Switches = std::map<std::filesystem::path, long>;
+
+inline Switches switchesOf(pid_t pid) {
+    Switches all;
     for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
         std::ifstream status(task.path() / "status");
         for (std::string line; std::getline(status, line);) {
-            if (line.starts_with(key)) {
-                sum += std::stol(line.substr(key.size()));
+            if (const auto name = line.find("voluntary_ctxt_switches:"); name != std::string::npos) {
+                all[task.path()] += std::stol(line.substr(line.find(':') + 1));
             }
         }
     }
-    return sum;
+    return all;
 }
 
-inline long switchesOf(pid_t pid) {
-    return statusSum(pid, "voluntary_ctxt_switches:") + statusSum(pid, "nonvoluntary_ctxt_switches:");
+inline long switchesSince(const Switches& before, pid_t pid) {
+    long sum = 0;
+    for (const auto& [thread, count] : switchesOf(pid)) {
+        const auto known = before.find(thread);
+        sum += count - (known != before.end() ? known->second : 0);
+    }
+    return sum;
 }
 
 /// User and system time in clock ticks, as accounting tools see it.

@@ -66,7 +66,8 @@ class PersonsHour : public Desktop {
         const auto switches = switchesOf(nocta->id());
         const auto ticks = ticksOf(nocta->id());
         std::this_thread::sleep_for(minutes(idleMinutes));
-        const Figures figures{.switchesAMinute = static_cast<double>(switchesOf(nocta->id()) - switches) / idleMinutes,
+        const Figures figures{.switchesAMinute =
+                                  static_cast<double>(switchesSince(switches, nocta->id())) / idleMinutes,
                               .ticks = ticksOf(nocta->id()) - ticks,
                               .memory = memoryOf(nocta->id(), "Private_Dirty:"),
                               .resources = serverResourcesOf(nocta->id())};
