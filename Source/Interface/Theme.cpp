@@ -140,7 +140,7 @@ QColor Theme::knobDown() const {
     return choose(currentScheme, QColor(0xee, 0xed, 0xec), QColor(0xff, 0xff, 0xff));
 }
 
-QColor Theme::knobEdge() const {
+QColor Theme::knobEdge() {
     return black(0.16);
 }
 

@@ -109,7 +109,7 @@ class Theme final : public QObject {
     [[nodiscard]] QColor switchedOffHover() const;
     [[nodiscard]] QColor knob() const;
     [[nodiscard]] QColor knobDown() const;
-    [[nodiscard]] QColor knobEdge() const;
+    [[nodiscard]] static QColor knobEdge();
     [[nodiscard]] QColor raised() const;
     [[nodiscard]] QColor button() const;
     [[nodiscard]] QColor raisedBorder() const;

@@ -350,7 +350,7 @@ TEST_F(Breaks, ADayOfBreaksLeavesTheMemoryAsItWas) {
 
 class BreaksInOneTurn : public Breaks {
   protected:
-    ~BreaksInOneTurn() override { platform.install(); }
+    void TearDown() override { platform.install(); }
 
     HeldTasks tasks{platform};
 };

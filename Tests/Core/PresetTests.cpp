@@ -113,6 +113,7 @@ TEST(Preset, ColourFactorsFollowAChangedTemperatureAndIgnoreTheBrightness) {
 /// Presets of these ids, which differ in nothing else.
 std::vector<Preset> presetsNamed(const std::vector<std::string>& ids) {
     std::vector<Preset> presets;
+    presets.reserve(ids.size());
     for (const auto& id : ids) {
         presets.push_back({.id = id, .name = {}, .icon = {}});
     }

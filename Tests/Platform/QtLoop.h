@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <chrono>
+#include <string>
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
@@ -39,9 +41,9 @@ class QtLoop {
 
   private:
     int argumentCount = 1;
-    char name[5] = "test";
-    char* arguments[2] = {name, nullptr};
-    QCoreApplication application{argumentCount, arguments};
+    std::string name = "test";
+    std::array<char*, 2> arguments{name.data(), nullptr};
+    QCoreApplication application{argumentCount, arguments.data()};
 };
 
 } // namespace nocta::test

@@ -2,6 +2,7 @@
 
 #include "Platform/X11/XConnection.h"
 
+#include <array>
 #include <cstdint>
 #include <string>
 
@@ -42,7 +43,7 @@ class ForeignWindow {
 
     XConnection server;
     xcb_window_t window;
-    int counts[2] = {};
+    std::array<int, 2> counts{};
 };
 
 } // namespace nocta::test

@@ -62,6 +62,7 @@ set_category = "ours"
     }
 }
 
+// Of this one. NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 std::vector<Notification> NotificationDaemon::notifications() const {
     call(QStringLiteral("NotificationCloseAll"));
     const auto reply = call(QStringLiteral("NotificationListHistory"));

@@ -30,7 +30,8 @@ std::vector<std::string> changedEnvironment(const Process::Environment& changes)
     }
     for (const auto& [name, value] : changes) {
         if (!value.empty()) {
-            variables.emplace_back(name + "=" + value);
+            variables.push_back(name);
+            variables.back().append("=").append(value);
         }
     }
     return variables;

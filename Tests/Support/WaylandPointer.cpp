@@ -15,11 +15,11 @@ WaylandPointer::WaylandPointer() : display(wl_display_connect(nullptr)) {
     }
     static const wl_registry_listener listener{
         .global =
-            [](void* found, wl_registry* registry, std::uint32_t name, const char* interface, std::uint32_t) {
+            [](void* found, wl_registry* globals, std::uint32_t name, const char* interface, std::uint32_t) {
                 if (std::string_view(interface) == zwlr_virtual_pointer_manager_v1_interface.name) {
                     *static_cast<zwlr_virtual_pointer_manager_v1**>(found) =
                         static_cast<zwlr_virtual_pointer_manager_v1*>(
-                            wl_registry_bind(registry, name, &zwlr_virtual_pointer_manager_v1_interface, 1));
+                            wl_registry_bind(globals, name, &zwlr_virtual_pointer_manager_v1_interface, 1));
                 }
             },
         .global_remove = [](void*, wl_registry*, std::uint32_t) {}};

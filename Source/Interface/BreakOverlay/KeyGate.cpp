@@ -17,6 +17,7 @@ bool KeyGate::eventFilter(QObject* watched, QEvent* event) {
     }
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
+        // Its type tells. NOLINTNEXTLINE(cppcoreguidelines-pro-type-static-cast-downcast)
         if (keepsOut(static_cast<const QKeyEvent&>(*event))) {
             return true;
         }

@@ -25,6 +25,8 @@ class QuickWindowHost final : public WindowHost {
     /// Both outlive the host and its windows; the host outlives its windows. `sceneGone` is called when the memory of a
     /// scene has been freed.
     QuickWindowHost(SurfaceHost& surfaces, RunLoop& loop, std::function<void()> sceneGone);
+    QuickWindowHost(const QuickWindowHost&) = delete;
+    QuickWindowHost& operator=(const QuickWindowHost&) = delete;
     ~QuickWindowHost() override;
 
     [[nodiscard]] std::optional<Screen> mainScreen() const override { return surfaces.mainScreen(); }

@@ -107,7 +107,9 @@ void Control::focusOutEvent(QFocusEvent* event) {
 
 void Control::itemChange(ItemChange change, const ItemChangeData& data) {
     // A control that is not there any more can neither be held nor be under the mouse.
-    if ((change == ItemVisibleHasChanged || change == ItemEnabledHasChanged) && !data.boolValue) {
+    const bool isAboutBeingThere = change == ItemVisibleHasChanged || change == ItemEnabledHasChanged;
+    // What `change` is says which member it is. NOLINTNEXTLINE(cppcoreguidelines-pro-type-union-access)
+    if (isAboutBeingThere && !data.boolValue) {
         setHeldByMouse(false);
         setHeldKey(0);
         setHovered(false);

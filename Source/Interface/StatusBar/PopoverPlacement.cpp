@@ -59,7 +59,7 @@ PopoverPlacement placePopover(const PopoverSurroundings& surroundings, const Siz
     const double leftmost = area.x + margin;
     const double rightmost = right(area) - margin - size.width;
     const double topmost = area.y + margin;
-    const double lowest = bottom(area) - margin - size.height;
+    const double bottommost = bottom(area) - margin - size.height;
 
     Rectangle body{.width = size.width, .height = size.height};
     switch (facing) {
@@ -79,7 +79,7 @@ PopoverPlacement placePopover(const PopoverSurroundings& surroundings, const Siz
     const bool isBesideUpright = facing == Side::left || facing == Side::right;
     if (isBesideUpright) {
         body.x = between(body.x, area.x, right(area) - size.width);
-        body.y = between(middleY(anchor) - size.height / 2, topmost, lowest);
+        body.y = between(middleY(anchor) - size.height / 2, topmost, bottommost);
     } else {
         body.x = between(middleX(anchor) - size.width / 2, leftmost, rightmost);
         body.y = between(body.y, area.y, bottom(area) - size.height);
