@@ -155,9 +155,7 @@ std::unique_ptr<PopoverSurface> makePopoverSurface(QWindow& window) {
 }
 
 std::unique_ptr<StatusBar> makeStatusBar(RunLoop& loop, const SymbolPainter& paint) {
-    const auto place =
-        isOnWayland() ? NotifierStatusItem::ClickPlace::ofWidget : NotifierStatusItem::ClickPlace::global;
-    const auto notifier = [paint, place] { return std::make_unique<NotifierStatusItem>(paint, place); };
+    const auto notifier = [paint] { return std::make_unique<NotifierStatusItem>(paint); };
     if (isOnWayland()) {
         return std::make_unique<SessionStatusBar>(notifier);
     }

@@ -40,9 +40,9 @@ class PopoverSurface {
     /// Whether the desktop blends this window with what is below it. Otherwise its transparent parts show black.
     [[nodiscard]] virtual bool isTranslucent() const = 0;
 
-    /// Shows the window at `frame`, or moves it there. Only `body`, within the window, takes input; what is around it
-    /// is decoration. Both in logical pixels.
-    virtual void show(const Rectangle& frame, const Rectangle& body) = 0;
+    /// Shows the window at `frame`, a place that was found for the last `surroundings`, or moves it there. Only `body`,
+    /// within the window, takes input; what is around it is decoration. Both in logical pixels.
+    virtual void show(const PopoverSurroundings& surroundings, const Rectangle& frame, const Rectangle& body) = 0;
     /// Takes the keyboard while the window is shown.
     virtual void takeKeyboard() = 0;
     /// Takes the window off the screen, and gives the keyboard back to the window that had it unless another one has

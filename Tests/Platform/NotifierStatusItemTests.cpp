@@ -68,7 +68,7 @@ class NotifierStatusItemTest : public testing::Test {
     }
 
     [[nodiscard]] std::unique_ptr<NotifierStatusItem> makeItem() {
-        auto item = std::make_unique<NotifierStatusItem>(paintSquare, NotifierStatusItem::ClickPlace::global);
+        auto item = std::make_unique<NotifierStatusItem>(paintSquare);
         item->setHostObserver([this](bool newHasHost) { hasHost = newHasHost; });
         item->setAction(mouseevent::leftUp | mouseevent::rightUp, [this] { ++clicks; });
         item->setMenu(
@@ -299,14 +299,6 @@ TEST_F(NotifierStatusItemTest, IgnoresTheMiddleButtonAndTheWheelAndRefusesWrongC
     EXPECT_EQ(askItem(QStringLiteral("Explode"), {}).type(), QDBusMessage::ErrorMessage);
     loop.runFor(std::chrono::milliseconds(50));
     EXPECT_EQ(clicks, 0);
-}
-
-TEST_F(NotifierStatusItemTest, PlacesInsideAWidgetAreNoPlaces) {
-    NotifierStatusItem item(paintSquare, NotifierStatusItem::ClickPlace::ofWidget);
-    item.setAction(mouseevent::leftUp, [this] { ++clicks; });
-    askItem(QStringLiteral("Activate"), {5, 6});
-    EXPECT_TRUE(loop.runUntil([&] { return clicks == 1; }));
-    EXPECT_EQ(item.frame(), std::nullopt);
 }
 
 TEST_F(NotifierStatusItemTest, ItsMenuHasTheEntriesAndCarriesThemOut) {

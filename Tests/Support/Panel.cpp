@@ -1,5 +1,6 @@
 #include "Support/Panel.h"
 
+#include "Support/Eventually.h"
 #include "Support/XfceSettings.h"
 
 #include <csignal>
@@ -131,6 +132,19 @@ void Panel::start() {
         panel = std::make_unique<Process>(std::vector<std::string>{"waybar", "-l", "off"}, environment);
         break;
     }
+}
+
+bool Panel::hasHost() const {
+    return eventually(
+        [this] {
+            Process question({"sh", "-c",
+                              "gdbus call --session --dest org.kde.StatusNotifierWatcher --object-path "
+                              "/StatusNotifierWatcher --method org.freedesktop.DBus.Properties.Get "
+                              "org.kde.StatusNotifierWatcher IsStatusNotifierHostRegistered | grep -q true"},
+                             environment);
+            return question.waitForEnd() == Ending{.exitStatus = 0};
+        },
+        std::chrono::seconds(30));
 }
 
 void Panel::writeConfiguration() const {

@@ -25,6 +25,9 @@ class Panel {
     Panel& operator=(const Panel&) = delete;
     ~Panel();
 
+    /// Whether it comes to show items. Some panels start slowly, and overlook an item that comes between their watcher
+    /// and their host.
+    [[nodiscard]] bool hasHost() const;
     /// Ends it as a crash does.
     void kill();
     void start();

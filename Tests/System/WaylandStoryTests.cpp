@@ -185,6 +185,19 @@ TEST_F(PersonsWaylandDay, TheShortcutGoesToTheNextPresetUnlessThePopoverHasTheKe
     EXPECT_TRUE(everyDisplayBecomes(dusk));
 }
 
+TEST_F(PersonsWaylandDay, TheShortcutsMessageIsOnTheScreen) {
+    constexpr std::uint32_t ground = 0x285577; // of this daemon's messages
+    Process notifications({"mako"}, environment());
+    launch();
+    ASSERT_TRUE(escapeClosesThePopover());
+    ASSERT_EQ(picture().count(ground), 0U);
+    pressPhysicalI({"logo", "shift"});
+    EXPECT_TRUE(eventually([&] { return picture().count(ground) > 1000; })) << notifications.errors();
+    Process question({"sh", "-c", "makoctl list >&2"}, environment());
+    ASSERT_EQ(question.waitForEnd(), Ending{.exitStatus = 0}) << question.errors();
+    EXPECT_NE(question.errors().find("Switched to Focus (5000K)"), std::string::npos) << question.errors();
+}
+
 TEST_F(PersonsWaylandDay, TheSelectedTabIsStillSelectedAtTheNextOpening) {
     launch();
     ASSERT_TRUE(clickUntil("Stats", [this] { return place("Eye Health Score").has_value(); }));
@@ -212,16 +225,7 @@ TEST_F(PersonsWaylandDay, ThePopoverClosesWithItsScreenAndOpensOnTheNext) {
 TEST_F(PersonsWaylandDay, AClickOnTheItemInThePanelOpensAndClosesThePopover) {
     writeSettings("[General]\nactivePresetID=dusk\n");
     const Panel panel(PanelKind::waybar);
-    // It starts slowly, and overlooks an item that comes between its watcher and its host.
-    ASSERT_TRUE(eventually(
-        [] {
-            Process question({"sh", "-c",
-                              "gdbus call --session --dest org.kde.StatusNotifierWatcher --object-path "
-                              "/StatusNotifierWatcher --method org.freedesktop.DBus.Properties.Get "
-                              "org.kde.StatusNotifierWatcher IsStatusNotifierHostRegistered | grep -q true"});
-            return question.waitForEnd() == Ending{.exitStatus = 0};
-        },
-        std::chrono::seconds(30)));
+    ASSERT_TRUE(panel.hasHost());
     launch();
     ASSERT_TRUE(escapeClosesThePopover());
     std::optional<Point> item;
@@ -237,6 +241,31 @@ TEST_F(PersonsWaylandDay, AClickOnTheItemInThePanelOpensAndClosesThePopover) {
         ASSERT_TRUE(popoverCloses()) << i;
         // It stays closed.
         EXPECT_FALSE(eventually([this] { return place("Quit Nocta").has_value(); }, std::chrono::milliseconds(500)));
+    }
+}
+
+TEST_F(PersonsWaylandDay, AClickOnAnItemAtTheLowerEdgeOpensThePopoverAboveIt) {
+    const Panel panel(PanelKind::waybar);
+    ASSERT_TRUE(panel.hasHost());
+    launch();
+    ASSERT_TRUE(escapeClosesThePopover());
+    const auto isLight = [this](const Point& point) { return (picture().at(point.x, point.y) & 255U) > 100; };
+    for (const int screen : {1, 0}) {
+        // As a panel does that knows places on the desktop. The body is 560 high and by gap, arrow and half an item
+        // above it.
+        const Point item{.x = 1280 * screen + 640, .y = 780};
+        constexpr int bottom = 780 - 1 - 9 - 12;
+        const std::string click = "name=$(gdbus call --session --dest org.freedesktop.DBus --object-path / --method "
+                                  "org.freedesktop.DBus.ListNames | grep -o 'org.kde.StatusNotifierItem-" +
+                                  std::to_string(nocta->id()) +
+                                  "-[0-9]*') && gdbus call --session --dest $name --object-path /StatusNotifierItem "
+                                  "--method org.kde.StatusNotifierItem.Activate " +
+                                  std::to_string(item.x) + " " + std::to_string(item.y);
+        ASSERT_TRUE(eventually([&] { return Process({"sh", "-c", click}).waitForEnd() == Ending{.exitStatus = 0}; }));
+        EXPECT_TRUE(eventually([&] { return isLight({.x = item.x, .y = bottom - 120}); })) << screen;
+        EXPECT_FALSE(isLight({.x = item.x, .y = bottom - 560 - 20}));
+        EXPECT_FALSE(isLight({.x = item.x + 340 / 2 + 20, .y = bottom - 120}));
+        ASSERT_TRUE(escapeClosesThePopover());
     }
 }
 

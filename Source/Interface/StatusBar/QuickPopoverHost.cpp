@@ -129,7 +129,8 @@ class QuickPopoverHost::QuickPopover final : public Popover {
             }
             showColors();
             const auto& body = placement.body;
-            surface->show({.x = body.x - frame->body().x(),
+            surface->show(surroundings,
+                          {.x = body.x - frame->body().x(),
                            .y = body.y - frame->body().y(),
                            .width = frame->width(),
                            .height = frame->height()},

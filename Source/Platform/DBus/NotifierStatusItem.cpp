@@ -96,7 +96,7 @@ QDBusMessage busCall(const QString& member, const QVariantList& arguments) {
 /// The item as the bus sees it.
 class NotifierStatusItem::Item final : public QDBusVirtualObject {
   public:
-    Item(SymbolPainter paint, ClickPlace clickPlace) : paint(std::move(paint)), clickPlace(clickPlace) {
+    explicit Item(SymbolPainter paint) : paint(std::move(paint)) {
         qDBusRegisterMetaType<Pixmap>();
         qDBusRegisterMetaType<Pixmaps>();
         qDBusRegisterMetaType<ToolTip>();
@@ -249,7 +249,7 @@ class NotifierStatusItem::Item final : public QDBusVirtualObject {
 
     void release(std::uint32_t event, int x, int y) {
         // A host that has no place to tell, as with the keyboard, tells the origin.
-        if (clickPlace == ClickPlace::global && (x != 0 || y != 0)) {
+        if (x != 0 || y != 0) {
             frame = Rectangle{.x = static_cast<double>(x), .y = static_cast<double>(y)};
         }
         if ((mask & event) != 0 && action) {
@@ -259,7 +259,6 @@ class NotifierStatusItem::Item final : public QDBusVirtualObject {
     }
 
     SymbolPainter paint;
-    ClickPlace clickPlace;
 };
 
 /// Keeps the item registered with whoever is the watcher.
@@ -444,8 +443,8 @@ class NotifierStatusItem::Registration {
     QObject context; // destroyed first: nothing answers any more
 };
 
-NotifierStatusItem::NotifierStatusItem(SymbolPainter paint, ClickPlace clickPlace)
-    : item(std::make_unique<Item>(std::move(paint), clickPlace)),
+NotifierStatusItem::NotifierStatusItem(SymbolPainter paint)
+    : item(std::make_unique<Item>(std::move(paint))),
       menu(std::make_unique<DBusMenu>()),
       registration(std::make_unique<Registration>(*item, *menu)) {}
 

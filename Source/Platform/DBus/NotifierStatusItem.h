@@ -14,16 +14,13 @@ class DBusMenu;
 /// The title is the item's label where the panel shows labels, which cannot be asked: of those known to do it.
 /// Elsewhere it is drawn into the picture. The menu is offered to panels that would show nothing, or a menu of their
 /// own, for a click that they do not hand on.
+///
+/// Its frame is where the host says that the last click was: on Wayland some hosts mean a place inside their own
+/// window.
 class NotifierStatusItem final : public StatusItem {
   public:
-    /// Where the host says that a click was.
-    enum class ClickPlace {
-        global,   ///< on the desktop: X11
-        ofWidget, ///< somewhere inside the panel, which is of no use
-    };
-
     /// `paint` draws the pictures that are handed to the host.
-    NotifierStatusItem(SymbolPainter paint, ClickPlace clickPlace);
+    explicit NotifierStatusItem(SymbolPainter paint);
     NotifierStatusItem(const NotifierStatusItem&) = delete;
     NotifierStatusItem& operator=(const NotifierStatusItem&) = delete;
     ~NotifierStatusItem() override;

@@ -1,5 +1,7 @@
 #include "Platform/Wayland/LayerPopoverSurface.h"
 
+#include "Platform/WaylandClient/WaylandClient.h"
+
 #include <cmath>
 
 #include <QGuiApplication>
@@ -10,6 +12,34 @@
 
 namespace nocta {
 
+namespace {
+
+Rectangle toRectangle(const QRect& rectangle) {
+    const QRectF exact(rectangle);
+    return {.x = exact.x(), .y = exact.y(), .width = exact.width(), .height = exact.height()};
+}
+
+/// Half an item's height, where only a point in it is known.
+constexpr double halfItem = 12;
+/// Logical pixels. No item is that wide.
+constexpr int widerThanItems = 100;
+
+/// The screen that has the item, where the place of its last click is one on the desktop; null otherwise. There are
+/// hosts that tell a place inside the item, or inside their window.
+QScreen* screenWithItem(const QPoint& click) {
+    auto* const screen = QGuiApplication::screenAt(click);
+    if (screen == nullptr) {
+        return nullptr;
+    }
+    const auto area = screen->geometry();
+    const bool isInNoPanel = click.y() > area.center().y();
+    // This one's own panels know where they are.
+    const bool isOfPlasma = WaylandClient::offers("org_kde_plasma_shell") && click.x() - area.x() > widerThanItems;
+    return isInNoPanel || isOfPlasma ? screen : nullptr;
+}
+
+} // namespace
+
 LayerPopoverSurface::LayerPopoverSurface(QWindow& window)
     : window(window), surface(shell, window, [this] { dismissLater(); }) {}
 
@@ -17,11 +47,19 @@ LayerPopoverSurface::~LayerPopoverSurface() {
     hide();
 }
 
-PopoverSurroundings LayerPopoverSurface::surroundings(const std::optional<Rectangle>& /*anchor*/) const {
+PopoverSurroundings LayerPopoverSurface::surroundings(const std::optional<Rectangle>& anchor) const {
+    if (anchor) {
+        if (const auto* const screen = screenWithItem(QPointF(anchor->x, anchor->y).toPoint())) {
+            return {.workArea = toRectangle(screen->geometry()),
+                    .anchor = Rectangle{.x = anchor->x - halfItem,
+                                        .y = anchor->y - halfItem,
+                                        .width = 2 * halfItem,
+                                        .height = 2 * halfItem}};
+        }
+    }
     // Of this only the distances to the corner count: the screen is the compositor's choice.
     const auto* const screen = QGuiApplication::primaryScreen();
-    const QSizeF size = screen != nullptr ? screen->geometry().size() : QSize();
-    return {.workArea = {.x = 0, .y = 0, .width = size.width(), .height = size.height()},
+    return {.workArea = screen != nullptr ? toRectangle(screen->geometry()) : Rectangle(),
             .anchor = std::nullopt,
             .panelSide = Side::top};
 }
@@ -31,21 +69,24 @@ bool LayerPopoverSurface::isTranslucent() const {
     return window.requestedFormat().hasAlpha();
 }
 
-void LayerPopoverSurface::show(const Rectangle& frame, const Rectangle& body) {
+void LayerPopoverSurface::show(const PopoverSurroundings& surroundings, const Rectangle& frame, const Rectangle& body) {
     if (surface.isShown()) {
         return;
     }
     const auto pixels = [](double value) { return static_cast<int>(std::lround(value)); };
-    const auto area = surroundings(std::nullopt).workArea;
+    const auto& area = surroundings.workArea;
+    const bool isAtItem = surroundings.anchor.has_value();
+    auto* const screen = isAtItem ? QGuiApplication::screenAt({pixels(area.x), pixels(area.y)}) : nullptr;
     window.setMask(
         QRegion(pixels(body.x - frame.x), pixels(body.y - frame.y), pixels(body.width), pixels(body.height)));
     elsewhere.emplace(shell, [this] { dismissLater(); });
-    surface.show(nullptr,
+    surface.show(screen,
                  {.purpose = "nocta-popover",
                   .layer = LayerPlace::Layer::overlay,
                   .anchors = LayerPlace::topEdge | LayerPlace::rightEdge,
                   .size = {pixels(frame.width), pixels(frame.height)},
-                  .margins = {0, pixels(frame.y - area.y), pixels(area.x + area.width - frame.x - frame.width), 0}});
+                  .margins = {0, pixels(frame.y - area.y), pixels(area.x + area.width - frame.x - frame.width), 0},
+                  .coversPanels = isAtItem});
     if (!surface.isShown()) {
         dismissLater();
     }

@@ -13,8 +13,9 @@
 namespace nocta {
 
 /// A popover on a Wayland desktop whose compositor has a layer shell, in a window of Qt's platform plug-in "wayland".
-/// Programs know no places there: it stands in the corner beside the panel, on the screen that the compositor chooses,
-/// which is the one that has the keyboard.
+/// It stands at the item where the host says where on the desktop that was clicked. Most hosts do not know: then in the
+/// upper corner, below what panels keep for themselves, on the screen that the compositor chooses, which is the one that
+/// has the keyboard.
 ///
 /// While it is shown it has the keyboard alone. Compositors give a panel's window no keyboard that it does not insist
 /// on, and those that do may take it away at a movement of the pointer.
@@ -29,7 +30,7 @@ class LayerPopoverSurface final : public PopoverSurface {
 
     [[nodiscard]] PopoverSurroundings surroundings(const std::optional<Rectangle>& anchor) const override;
     [[nodiscard]] bool isTranslucent() const override;
-    void show(const Rectangle& frame, const Rectangle& body) override;
+    void show(const PopoverSurroundings& surroundings, const Rectangle& frame, const Rectangle& body) override;
     void takeKeyboard() override;
     void hide() override;
     void setDismissHandler(const std::function<void()>& handler) override;

@@ -101,7 +101,8 @@ bool X11PopoverSurface::isTranslucent() const {
     return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
-void X11PopoverSurface::show(const Rectangle& frame, const Rectangle& body) {
+void X11PopoverSurface::show(const PopoverSurroundings& /*surroundings*/, const Rectangle& frame,
+                             const Rectangle& body) {
     if (server.isLost()) {
         return;
     }

@@ -28,7 +28,7 @@ class X11PopoverSurface final : public PopoverSurface {
 
     [[nodiscard]] PopoverSurroundings surroundings(const std::optional<Rectangle>& anchor) const override;
     [[nodiscard]] bool isTranslucent() const override;
-    void show(const Rectangle& frame, const Rectangle& body) override;
+    void show(const PopoverSurroundings& surroundings, const Rectangle& frame, const Rectangle& body) override;
     void takeKeyboard() override;
     void hide() override;
     void setDismissHandler(const std::function<void()>& handler) override { onDismiss = handler; }
