@@ -69,7 +69,7 @@ GnomeShell::GnomeShell() {
         throw std::runtime_error("GNOME Shell stays in its overview");
     }
     setenv("XDG_RUNTIME_DIR", runtimeFolder().c_str(), 1);
-    setenv("WAYLAND_DISPLAY", "wayland-nocta", 1);
+    setenv("WAYLAND_DISPLAY", (runtimeFolder() / "wayland-nocta").c_str(), 1);
     for (const char* variable : {"DISPLAY", "XAUTHORITY"}) {
         const auto value = evaluate("imports.gi.GLib.getenv('" + std::string(variable) + "')");
         setenv(variable, unquoted(value.value_or("")).c_str(), 1);

@@ -1,18 +1,15 @@
 #pragma once
 
+#include "Home.h"
 #include "Support/DrivenDisplays.h"
 #include "Support/Eventually.h"
 #include "Support/Process.h"
 #include "Support/SessionBus.h"
-#include "Support/TemporaryFolder.h"
 #include "Support/XServer.h"
 
 #include <algorithm>
 #include <cmath>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <utility>
@@ -45,45 +42,14 @@ inline Ramps warmRamps(double kelvin, double brightness) {
 }
 
 /// A person's session: an X server with three monitors of peculiar calibration, a bus, a home; and Nocta in it.
-class Desktop : public testing::Test {
+class Desktop : public Home {
   protected:
     Desktop() {
-        std::filesystem::create_directory(runtimeFolder());
-        std::filesystem::permissions(runtimeFolder(), std::filesystem::perms::owner_all);
         displays.plug(3);
         calibration = displays.allRamps();
     }
 
-    [[nodiscard]] std::filesystem::path settingsFile() const { return home.path() / "config/nocta/nocta.conf"; }
-    [[nodiscard]] std::filesystem::path runtimeFolder() const { return home.path() / "runtime"; }
-
-    [[nodiscard]] Process::Environment environment() const {
-        return {
-            {"HOME", home.path()},
-            {"XDG_CONFIG_HOME", home.path() / "config"},
-            {"XDG_RUNTIME_DIR", runtimeFolder()},
-            {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (home.path() / "no-system-bus").string()},
-        };
-    }
-
-    void writeSettings(const std::string& content) const {
-        std::filesystem::create_directories(settingsFile().parent_path());
-        std::ofstream(settingsFile(), std::ios::binary) << content;
-    }
-
-    [[nodiscard]] std::string settings() const {
-        std::ifstream file(settingsFile(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    [[nodiscard]] std::unique_ptr<Process> start(const std::string& program,
-                                                 std::vector<std::string> arguments = {}) const {
-        arguments.insert(arguments.begin(), programFolder() / program);
-        return std::make_unique<Process>(std::move(arguments), environment());
-    }
-    [[nodiscard]] std::unique_ptr<Process> startNocta() const { return start("nocta"); }
-    /// The same program, which carries out commands from its standard input.
-    [[nodiscard]] std::unique_ptr<Process> startDrivenNocta() const { return start("driven-nocta"); }
+    using Home::startDrivenNocta;
     /// And whose timers run that many times as fast.
     [[nodiscard]] std::unique_ptr<Process> startDrivenNocta(int factor) const {
         return start("driven-nocta", {std::to_string(factor)});
@@ -128,7 +94,6 @@ class Desktop : public testing::Test {
 
     XServer xServer;
     SessionBus bus;
-    TemporaryFolder home;
     DrivenDisplays displays;
     std::map<xcb_randr_crtc_t, Ramps> calibration;
 };

@@ -1,9 +1,9 @@
 // The whole program in GNOME's Wayland session, where its windows are those of an X program.
 
 #include "Hands.h"
+#include "Home.h"
 #include "Support/GnomeShell.h"
 #include "Support/SessionBus.h"
-#include "Support/TemporaryFolder.h"
 
 #include <algorithm>
 #include <csignal>
@@ -30,7 +30,7 @@ constexpr int super = 125;
 } // namespace key
 
 /// A person at GNOME's desktop, which they use with mouse and keyboard alone.
-class PersonsGnomeDay : public testing::Test, protected Hands {
+class PersonsGnomeDay : public Home, protected Hands {
   protected:
     static constexpr int panelHeight = 32;
     static constexpr int mainWidth = 1280;
@@ -41,28 +41,9 @@ class PersonsGnomeDay : public testing::Test, protected Hands {
         return eventually(condition, std::chrono::seconds(60));
     }
 
-    [[nodiscard]] std::filesystem::path settingsFile() const { return home.path() / "config/nocta/nocta.conf"; }
-    [[nodiscard]] Process::Environment environment() const {
-        return {{"HOME", home.path()},
-                {"XDG_CONFIG_HOME", home.path() / "config"},
-                {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (home.path() / "no-system-bus").string()}};
-    }
-    void writeSettings(const std::string& content) const {
-        std::filesystem::create_directories(settingsFile().parent_path());
-        std::ofstream(settingsFile()) << content;
-    }
-    [[nodiscard]] bool settingsHave(const std::string& line) const {
-        std::ifstream file(settingsFile());
-        const std::string text((std::istreambuf_iterator<char>(file)), {});
-        return text.find("\n" + line + "\n") != std::string::npos;
-    }
-    [[nodiscard]] std::unique_ptr<Process> start(const std::string& program) const {
-        return std::make_unique<Process>(std::vector<std::string>{programFolder() / program}, environment());
-    }
-
     /// Starts Nocta and waits for the popover that greets them, and has the keyboard.
     void launch() {
-        nocta = start("driven-nocta");
+        nocta = startDrivenNocta();
         ASSERT_TRUE(popoverHasTheKeyboard()) << nocta->errors();
     }
     [[nodiscard]] bool popoverHasTheKeyboard() const {
@@ -70,7 +51,7 @@ class PersonsGnomeDay : public testing::Test, protected Hands {
     }
     /// What another launch does.
     void openPopover() const {
-        ASSERT_EQ(start("nocta")->waitForEnd(), cleanExit);
+        ASSERT_EQ(startNocta()->waitForEnd(), cleanExit);
         ASSERT_TRUE(popoverHasTheKeyboard());
     }
     void closePopover() const {
@@ -111,7 +92,6 @@ class PersonsGnomeDay : public testing::Test, protected Hands {
 
     SessionBus bus;
     GnomeShell shell;
-    TemporaryFolder home;
 };
 
 constexpr const char* breakSettings =

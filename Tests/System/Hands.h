@@ -1,15 +1,13 @@
 #pragma once
 
+#include "Conversation.h"
 #include "Support/Eventually.h"
 #include "Support/Process.h"
 #include "Support/ScreenPicture.h"
 
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <optional>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,31 +25,10 @@ inline constexpr std::uint32_t red = 0xFF453A;
 } // namespace eye
 
 /// What a person at a desktop does to Nocta, with mouse and keyboard alone, and what they see of it.
-class Hands {
+class Hands : protected Conversation {
   protected:
     Hands() = default;
     ~Hands() = default;
-
-    /// Its answer, a line, to a command that has one.
-    [[nodiscard]] std::string ask(const std::string& question) const {
-        const auto before = nocta->errors().size();
-        nocta->write(question + "\n");
-        std::string answer;
-        if (!eventually([&] {
-                answer = nocta->errors().substr(before);
-                return answer.find('\n') != std::string::npos;
-            })) {
-            throw std::runtime_error("Nocta does not answer: " + question);
-        }
-        return answer.substr(0, answer.find('\n'));
-    }
-
-    /// Where what bears that name is on the screen; nothing while it is not.
-    [[nodiscard]] std::optional<Point> place(const std::string& name) const {
-        std::istringstream words(ask("where " + name));
-        Point point;
-        return words >> point.x >> point.y ? std::optional(point) : std::nullopt;
-    }
 
     /// The name of what has the keyboard.
     [[nodiscard]] std::string focus() const { return ask("focus"); }
@@ -95,8 +72,6 @@ class Hands {
     [[nodiscard]] bool popoverCloses() const {
         return eventually([this] { return !popoverIsShown(); });
     }
-
-    std::unique_ptr<Process> nocta; ///< driven-nocta
 };
 
 } // namespace nocta::test

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "ExpectedRamps.h"
+#include "Home.h"
 #include "Support/Eventually.h"
 #include "Support/Process.h"
 #include "Support/SessionBus.h"
 #include "Support/Sway.h"
-#include "WaylandHome.h"
 
 #include <algorithm>
 #include <chrono>
@@ -16,13 +16,13 @@
 namespace nocta::test {
 
 /// A person's session on sway: a compositor with two screens and gamma tables, a bus, a home.
-class WaylandDesktop : public WaylandHome {
+class WaylandDesktop : public Home {
   protected:
     /// With gamma tables of that size, or a compositor without any.
     explicit WaylandDesktop(std::optional<std::size_t> gammaSize = 1024) : sway(gammaSize) {}
 
     [[nodiscard]] Process::Environment environment() const override {
-        auto variables = WaylandHome::environment();
+        auto variables = Home::environment();
         variables.emplace_back("SWAYSOCK", sway.commandSocket());
         return variables;
     }

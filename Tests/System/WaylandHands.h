@@ -1,21 +1,19 @@
 #pragma once
 
+#include "Conversation.h"
 #include "Support/Eventually.h"
 #include "Support/Process.h"
 #include "Support/ScreenPicture.h"
 
 #include <chrono>
-#include <memory>
 #include <optional>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 
 namespace nocta::test {
 
 /// What a person at a Wayland desktop of two screens of 1280x800 beside each other does to Nocta, with mouse and
 /// keyboard alone, and what they see of it.
-class WaylandHands {
+class WaylandHands : protected Conversation {
   public:
     WaylandHands(const WaylandHands&) = delete;
     WaylandHands& operator=(const WaylandHands&) = delete;
@@ -30,7 +28,7 @@ class WaylandHands {
     static constexpr Point secondDesktop{.x = 1280 + 100, .y = 700};
 
     WaylandHands() = default;
-    virtual ~WaylandHands() = default;
+    ~WaylandHands() = default;
 
     /// A desktop's worth of programs takes its time where others are busy too.
     template <class Condition>
@@ -43,29 +41,6 @@ class WaylandHands {
     virtual void pressEscape() = 0;
     [[nodiscard]] virtual ScreenPicture picture() const = 0;
 
-    /// Its answer, a line, to a command that has one.
-    [[nodiscard]] std::string ask(const std::string& question) const {
-        if (!nocta->isRunning()) {
-            throw std::runtime_error("Nocta has ended, by signal " + std::to_string(nocta->waitForEnd()->signal));
-        }
-        const auto before = nocta->errors().size();
-        nocta->write(question + "\n");
-        std::string answer;
-        if (!eventually([&] {
-                answer = nocta->errors().substr(before);
-                return answer.find('\n') != std::string::npos;
-            })) {
-            throw std::runtime_error("Nocta does not answer: " + question);
-        }
-        return answer.substr(0, answer.find('\n'));
-    }
-
-    /// Where in its window what bears that name is; nothing while no window shows it.
-    [[nodiscard]] std::optional<Point> place(const std::string& name) const {
-        std::istringstream words(ask("where " + name));
-        Point point;
-        return words >> point.x >> point.y ? std::optional(point) : std::nullopt;
-    }
     [[nodiscard]] bool appears(const std::string& name) const {
         return eventually([&] { return place(name).has_value(); });
     }
@@ -104,8 +79,6 @@ class WaylandHands {
             return !place("Quit Nocta");
         });
     }
-
-    std::unique_ptr<Process> nocta; ///< driven-nocta
 };
 
 } // namespace nocta::test

@@ -8,16 +8,17 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 namespace nocta::test {
 
-/// A person's home in a Wayland session, with Nocta's settings in it; and Nocta in that session.
-class WaylandHome : public testing::Test {
+/// A person's home, with Nocta's settings in it, and Nocta in the session that the environment names.
+class Home : public testing::Test {
   protected:
-    WaylandHome() {
+    Home() {
         std::filesystem::create_directory(runtimeFolder());
         std::filesystem::permissions(runtimeFolder(), std::filesystem::perms::owner_all);
     }
@@ -47,8 +48,10 @@ class WaylandHome : public testing::Test {
         return settings().find("\n" + line + "\n") != std::string::npos;
     }
 
-    [[nodiscard]] std::unique_ptr<Process> start(const std::string& program) const {
-        return std::make_unique<Process>(std::vector<std::string>{programFolder() / program}, environment());
+    [[nodiscard]] std::unique_ptr<Process> start(const std::string& program,
+                                                 std::vector<std::string> arguments = {}) const {
+        arguments.insert(arguments.begin(), programFolder() / program);
+        return std::make_unique<Process>(std::move(arguments), environment());
     }
     [[nodiscard]] std::unique_ptr<Process> startNocta() const { return start("nocta"); }
     /// The same program, which carries out commands from its standard input.
