@@ -12,7 +12,9 @@
 #include "WaitingLoop.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
+#include <string>
 
 #include <QImage>
 
@@ -33,7 +35,7 @@ class LayerOverlay : public testing::Test {
     static constexpr QPoint skipButton{640, 553};
 
     LayerOverlay() {
-        application.emplace("wayland", arguments, nullptr);
+        application.emplace("wayland", arguments.data(), nullptr);
         surfaces.emplace();
         host.emplace(*surfaces, loop, [] {});
     }
@@ -110,8 +112,8 @@ class LayerOverlay : public testing::Test {
     Sway sway;
     WaylandPointer pointer;
     TemporaryFolder folder;
-    char name[6] = "nocta";
-    char* arguments[2] = {name, nullptr};
+    std::string name = "nocta";
+    std::array<char*, 2> arguments{name.data(), nullptr};
     std::optional<QtApplication> application;
     QtRunLoop loop;
     std::optional<LayerSurfaceHost> surfaces;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <string>
+
 #include <QGuiApplication>
 
 namespace nocta::test {
@@ -19,9 +22,9 @@ class OffscreenApplication {
 
     Platform platform;
     int argc = 1;
-    char name[6] = "nocta";
-    char* argv[2] = {name, nullptr};
-    QGuiApplication application{argc, argv};
+    std::string name = "nocta";
+    std::array<char*, 2> argv{name.data(), nullptr};
+    QGuiApplication application{argc, argv.data()};
 };
 
 } // namespace nocta::test

@@ -12,6 +12,7 @@
 #include "Support/XServer.h"
 #include "WaitingLoop.h"
 
+#include <array>
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -35,7 +36,7 @@ class OverlaySession : public testing::Test {
 
     void begin() {
         setWallpaper();
-        application.emplace("xcb", arguments, nullptr);
+        application.emplace("xcb", arguments.data(), nullptr);
         surfaces.emplace(loop);
         host.emplace(*surfaces, loop, [] {});
     }
@@ -202,8 +203,8 @@ class OverlaySession : public testing::Test {
 
     XServer xServer;
     XConnection wallpaperOwner;
-    char name[6] = "nocta";
-    char* arguments[2] = {name, nullptr};
+    std::string name = "nocta";
+    std::array<char*, 2> arguments{name.data(), nullptr};
     std::optional<QtApplication> application;
     QtRunLoop loop;
     std::optional<X11SurfaceHost> surfaces;

@@ -2,7 +2,9 @@
 
 #include "Support/XServer.h"
 
+#include <array>
 #include <chrono>
+#include <string>
 
 #include <QDeadlineTimer>
 #include <QEventLoop>
@@ -39,9 +41,9 @@ class XcbApplication {
 
     Platform platform;
     int argc = 1;
-    char name[6] = "nocta";
-    char* argv[2] = {name, nullptr};
-    QGuiApplication application{argc, argv};
+    std::string name = "nocta";
+    std::array<char*, 2> argv{name.data(), nullptr};
+    QGuiApplication application{argc, argv.data()};
 };
 
 } // namespace nocta::test

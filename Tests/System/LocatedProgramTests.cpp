@@ -2,6 +2,7 @@
 #include "Support/GeoClue.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -40,11 +41,11 @@ class LocatedDesktop : public Desktop {
 
     /// The zone's name counts hours and minutes westwards.
     [[nodiscard]] std::string zone() const {
-        char name[32];
+        std::array<char, 32> name{};
         const auto west = -ahead.count();
-        std::snprintf(name, sizeof name, "NOON%c%02d:%02d", west < 0 ? '-' : '+', static_cast<int>(std::abs(west) / 60),
-                      static_cast<int>(std::abs(west) % 60));
-        return name;
+        std::snprintf(name.data(), name.size(), "NOON%c%02d:%02d", west < 0 ? '-' : '+',
+                      static_cast<int>(std::abs(west) / 60), static_cast<int>(std::abs(west) % 60));
+        return name.data();
     }
     /// Off the date line, across which GeoClue might move it.
     [[nodiscard]] double longitude() const { return std::clamp(static_cast<double>(ahead.count()) / 4, -179.0, 179.0); }

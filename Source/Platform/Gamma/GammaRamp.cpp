@@ -26,8 +26,8 @@ void fillRamp(std::span<const float> table, std::span<std::uint16_t> ramp) {
         const double position = static_cast<double>(i) * static_cast<double>(table.size() - 1) / steps;
         const auto below = static_cast<std::size_t>(position);
         const auto above = std::min(below + 1, table.size() - 1);
-        const double lower = table[below];
-        const double upper = table[above];
+        const auto lower = static_cast<double>(table[below]);
+        const auto upper = static_cast<double>(table[above]);
         // Twice as fast as std::lerp, whose care for overflow levels do not need.
         ramp[i] = quantized(lower + (upper - lower) * (position - static_cast<double>(below)));
     }
