@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 namespace nocta::test {
@@ -131,6 +132,34 @@ ScreenPicture GnomeShell::picture() const {
         throw std::runtime_error("no picture of the screen: " + question.errors());
     }
     return ScreenPicture::read(file + ".ppm");
+}
+
+std::optional<Point> GnomeShell::place(const std::string& text) const {
+    return middleOf(R"(
+        const find = actor => {
+            if (!actor.mapped)
+                return null;
+            if (actor instanceof imports.gi.St.Label && actor.text === ')" +
+                    text + R"(')
+                return actor;
+            return actor.get_children().reduce((found, child) => found ?? find(child), null);
+        };
+        const actor = find(global.stage);)");
+}
+
+std::optional<Point> GnomeShell::statusItem() const {
+    return middleOf(R"(
+        const area = Main.panel.statusArea;
+        const actor = area[Object.keys(area).find(name => name.startsWith('appindicator-'))];)");
+}
+
+std::optional<Point> GnomeShell::middleOf(const std::string& scriptOfActor) const {
+    const auto answer = evaluate(scriptOfActor + R"(
+        const [x, y] = actor?.get_transformed_position() ?? [0, 0];
+        actor ? `${Math.round(x + actor.width / 2)} ${Math.round(y + actor.height / 2)}` : '')");
+    std::istringstream words(unquoted(answer.value_or("")));
+    Point point;
+    return words >> point.x >> point.y ? std::optional(point) : std::nullopt;
 }
 
 void GnomeShell::click(const Point& point) const {

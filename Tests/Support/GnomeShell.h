@@ -35,6 +35,11 @@ class GnomeShell {
     /// The class of the window that has the keyboard; empty where none has.
     [[nodiscard]] std::string focusedWindow() const;
     [[nodiscard]] ScreenPicture picture() const;
+    /// The middle of the text that the shell itself shows, in a menu for example; nothing while it shows none of these
+    /// words.
+    [[nodiscard]] std::optional<Point> place(const std::string& text) const;
+    /// The middle of the first status item in the top bar.
+    [[nodiscard]] std::optional<Point> statusItem() const;
 
     /// What a person does at mouse and keyboard. On return the shell has it.
     void click(const Point& point) const;
@@ -42,6 +47,8 @@ class GnomeShell {
     void press(const std::vector<int>& keys) const;
 
   private:
+    /// Of the `actor` that a script finds; nothing where that is null.
+    [[nodiscard]] std::optional<Point> middleOf(const std::string& scriptOfActor) const;
     void carryOut(const std::string& script) const;
 
     TemporaryFolder folder;

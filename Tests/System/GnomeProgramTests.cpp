@@ -134,6 +134,24 @@ TEST_F(PersonsGnomeDay, ThePopoverStandsBelowTheTopBarAndQuitEnds) {
     EXPECT_EQ(nocta->waitForEnd(), cleanExit);
 }
 
+TEST_F(PersonsGnomeDay, TheEyeInTheTopBarHasAMenuThatOpensThePopover) {
+    writeSettings("[General]\nactivePresetID=dusk\n");
+    launch();
+    closePopover();
+    ASSERT_TRUE(inTheEnd([&] { return shell.statusItem().has_value(); }));
+    // A busy shell takes a click for half of a double click.
+    EXPECT_TRUE(inTheEnd([&] {
+        const auto entry = shell.place("Open Nocta");
+        const auto target = entry ? entry : shell.statusItem();
+        if (target) {
+            shell.click(*target);
+        }
+        return eventually([&] { return popoverIsShown(); }, std::chrono::seconds(2));
+    }));
+    ASSERT_TRUE(popoverHasTheKeyboard());
+    EXPECT_TRUE(place("Dusk, 3400K"));
+}
+
 TEST_F(PersonsGnomeDay, EscapeClosesThePopoverAndTheWindowBelowHasTheKeyboardAgain) {
     const auto note = home.path() / "note";
     const auto editor = openWindow("read line; echo $line >" + note.string() + "; sleep 1000");
