@@ -84,6 +84,7 @@ class QuickPopoverHost::QuickPopover final : public Popover {
             surface = popover.host.makeSurface(*window);
             surface->setDismissHandler([&popover] { popover.performClose(); });
 
+            // After its window. NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer)
             frame = new PopoverFrame(window->contentItem());
             frame->setFlag(QQuickItem::ItemIsFocusScope);
             frame->setFocus(true);
