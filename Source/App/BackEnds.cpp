@@ -9,6 +9,7 @@
 #include "Platform/KWin/NightColorDisplayService.h"
 #include "Platform/Mutter/MutterDisplayService.h"
 #include "Platform/Sway/SwayEventMonitor.h"
+#include "Platform/Sway/SwayPanel.h"
 #include "Platform/Wayland/LayerPopoverSurface.h"
 #include "Platform/Wayland/LayerSurfaceHost.h"
 #include "Platform/Wayland/WlrGammaDisplayService.h"
@@ -149,7 +150,7 @@ std::unique_ptr<SurfaceHost> makeSurfaceHost(RunLoop& loop) {
 
 std::unique_ptr<PopoverSurface> makePopoverSurface(QWindow& window) {
     if (isOnWayland()) {
-        return std::make_unique<LayerPopoverSurface>(window);
+        return std::make_unique<LayerPopoverSurface>(window, [] { return sideOfSwayPanel().value_or(Side::top); });
     }
     return std::make_unique<X11PopoverSurface>(window);
 }

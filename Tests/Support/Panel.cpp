@@ -62,20 +62,23 @@ systray_icon_size = 22
 systray_background_id = 0
 )";
 
-constexpr const char* waybarConfiguration = R"({
+std::string waybarConfiguration(const std::string& position) {
+    return R"({
     "output": ["HEADLESS-1", "Virtual-0"],
     "layer": "top",
-    "position": "top",
+    "position": ")" +
+           position + R"(",
     "height": 30,
     "modules-right": ["tray"],
     "tray": {"icon-size": 22}
 })";
+}
 
 constexpr const char* waybarStyle = R"(* { border: none; min-height: 0; }
 window#waybar { background: #23272e; }
 )";
 
-void write(const std::filesystem::path& file, const char* text) {
+void write(const std::filesystem::path& file, const std::string& text) {
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file) << text;
 }
@@ -129,6 +132,7 @@ void Panel::start() {
             std::vector<std::string>{"tint2", "-c", (folder.path() / "config/tint2rc").string()}, environment);
         break;
     case PanelKind::waybar:
+    case PanelKind::waybarBelow:
         panel = std::make_unique<Process>(std::vector<std::string>{"waybar", "-l", "off"}, environment);
         break;
     }
@@ -160,7 +164,8 @@ void Panel::writeConfiguration() const {
         write(config / "tint2rc", tint2Configuration);
         break;
     case PanelKind::waybar:
-        write(config / "waybar/config", waybarConfiguration);
+    case PanelKind::waybarBelow:
+        write(config / "waybar/config", waybarConfiguration(kind == PanelKind::waybar ? "top" : "bottom"));
         write(config / "waybar/style.css", waybarStyle);
         break;
     }

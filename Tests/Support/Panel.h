@@ -10,10 +10,11 @@
 namespace nocta::test {
 
 enum class PanelKind {
-    xfce,   ///< xfce4-panel: at the top, light; a watcher of status notifier items
-    lxqt,   ///< lxqt-panel: at the bottom, light; a watcher
-    tint2,  ///< at the bottom, dark; a tray for windows, no watcher
-    waybar, ///< at the top, dark; a watcher, for Wayland compositors
+    xfce,        ///< xfce4-panel: at the top, light; a watcher of status notifier items
+    lxqt,        ///< lxqt-panel: at the bottom, light; a watcher
+    tint2,       ///< at the bottom, dark; a tray for windows, no watcher
+    waybar,      ///< at the top, dark; a watcher, for Wayland compositors
+    waybarBelow, ///< the same, at the bottom
 };
 
 /// A desktop's panel with room for status items and nothing else, on the display and the bus that the environment

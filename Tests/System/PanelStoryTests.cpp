@@ -22,6 +22,7 @@ std::string nameOf(PanelKind kind) {
     case PanelKind::tint2:
         return "tint2";
     case PanelKind::waybar:
+    case PanelKind::waybarBelow:
         return "waybar";
     }
     return {};

@@ -244,6 +244,26 @@ TEST_F(PersonsWaylandDay, AClickOnTheItemInThePanelOpensAndClosesThePopover) {
     }
 }
 
+TEST_F(PersonsWaylandDay, ThePopoverStandsAboveAPanelAtTheBottom) {
+    writeSettings("[General]\nactivePresetID=dusk\n");
+    const Panel panel(PanelKind::waybarBelow);
+    ASSERT_TRUE(panel.hasHost());
+    nocta = startDrivenNocta();
+    // The panel is 30 high, the body 560, and its gap and the room for an arrow are 10.
+    constexpr int bottom = 800 - 30 - 10;
+    const auto isLight = [this](int y) { return (picture().at(popoverGround.x, y) & 255U) > 100; };
+    const auto isThere = [&] { return isLight(bottom - 120); };
+    EXPECT_TRUE(eventually(isThere));
+    EXPECT_FALSE(isLight(bottom + 5));
+    EXPECT_FALSE(isLight(bottom - 560 - 20));
+    ASSERT_TRUE(escapeClosesThePopover());
+    std::optional<Point> item;
+    ASSERT_TRUE(eventually([&] { return (item = picture().middle(orange)).has_value(); }));
+    ASSERT_GT(item->y, 800 - 30);
+    click(*item);
+    EXPECT_TRUE(eventually(isThere));
+}
+
 TEST_F(PersonsWaylandDay, AClickOnAnItemAtTheLowerEdgeOpensThePopoverAboveIt) {
     const Panel panel(PanelKind::waybar);
     ASSERT_TRUE(panel.hasHost());

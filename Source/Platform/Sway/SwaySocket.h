@@ -18,7 +18,9 @@ class SwaySocket {
   public:
     /// Kinds of messages. Events have a number of their own.
     static constexpr std::uint32_t runCommand = 0;
+    static constexpr std::uint32_t getWorkspaces = 1;
     static constexpr std::uint32_t subscribe = 2;
+    static constexpr std::uint32_t getOutputs = 3;
     static constexpr std::uint32_t workspaceEvent = 0x80000000;
     static constexpr std::uint32_t bindingEvent = 0x80000005;
 

@@ -3,6 +3,7 @@
 #include "Platform/WaylandClient/WaylandClient.h"
 
 #include <cmath>
+#include <utility>
 
 #include <QGuiApplication>
 #include <QRegion>
@@ -38,10 +39,24 @@ QScreen* screenWithItem(const QPoint& click) {
     return isInNoPanel || isOfPlasma ? screen : nullptr;
 }
 
+/// The corner where items are: at the right end of a panel, at the lower end of one that stands upright.
+std::uint32_t cornerOf(Side panelSide) {
+    switch (panelSide) {
+    case Side::top:
+        return LayerPlace::topEdge | LayerPlace::rightEdge;
+    case Side::bottom:
+    case Side::right:
+        return LayerPlace::bottomEdge | LayerPlace::rightEdge;
+    case Side::left:
+        return LayerPlace::bottomEdge | LayerPlace::leftEdge;
+    }
+    return LayerPlace::topEdge | LayerPlace::rightEdge;
+}
+
 } // namespace
 
-LayerPopoverSurface::LayerPopoverSurface(QWindow& window)
-    : window(window), surface(shell, window, [this] { dismissLater(); }) {}
+LayerPopoverSurface::LayerPopoverSurface(QWindow& window, std::function<Side()> panelSide)
+    : window(window), panelSide(std::move(panelSide)), surface(shell, window, [this] { dismissLater(); }) {}
 
 LayerPopoverSurface::~LayerPopoverSurface() {
     hide();
@@ -61,7 +76,7 @@ PopoverSurroundings LayerPopoverSurface::surroundings(const std::optional<Rectan
     const auto* const screen = QGuiApplication::primaryScreen();
     return {.workArea = screen != nullptr ? toRectangle(screen->geometry()) : Rectangle(),
             .anchor = std::nullopt,
-            .panelSide = Side::top};
+            .panelSide = panelSide()};
 }
 
 bool LayerPopoverSurface::isTranslucent() const {
@@ -80,13 +95,14 @@ void LayerPopoverSurface::show(const PopoverSurroundings& surroundings, const Re
     window.setMask(
         QRegion(pixels(body.x - frame.x), pixels(body.y - frame.y), pixels(body.width), pixels(body.height)));
     elsewhere.emplace(shell, [this] { dismissLater(); });
-    surface.show(screen,
-                 {.purpose = "nocta-popover",
-                  .layer = LayerPlace::Layer::overlay,
-                  .anchors = LayerPlace::topEdge | LayerPlace::rightEdge,
-                  .size = {pixels(frame.width), pixels(frame.height)},
-                  .margins = {0, pixels(frame.y - area.y), pixels(area.x + area.width - frame.x - frame.width), 0},
-                  .coversPanels = isAtItem});
+    surface.show(screen, {.purpose = "nocta-popover",
+                          .layer = LayerPlace::Layer::overlay,
+                          .anchors = cornerOf(surroundings.panelSide),
+                          .size = {pixels(frame.width), pixels(frame.height)},
+                          .margins = {pixels(frame.x - area.x), pixels(frame.y - area.y),
+                                      pixels(area.x + area.width - frame.x - frame.width),
+                                      pixels(area.y + area.height - frame.y - frame.height)},
+                          .coversPanels = isAtItem});
     if (!surface.isShown()) {
         dismissLater();
     }

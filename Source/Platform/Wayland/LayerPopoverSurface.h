@@ -14,16 +14,15 @@ namespace nocta {
 
 /// A popover on a Wayland desktop whose compositor has a layer shell, in a window of Qt's platform plug-in "wayland".
 /// It stands at the item where the host says where on the desktop that was clicked. Most hosts do not know: then in the
-/// upper corner, below what panels keep for themselves, on the screen that the compositor chooses, which is the one that
-/// has the keyboard.
+/// corner beside the panel, on the screen that the compositor chooses, which is the one that has the keyboard.
 ///
 /// While it is shown it has the keyboard alone. Compositors give a panel's window no keyboard that it does not insist
 /// on, and those that do may take it away at a movement of the pointer.
 class LayerPopoverSurface final : public PopoverSurface {
   public:
     /// `window` is not shown yet and outlives the surface. From then on its place, its size and its being shown are the
-    /// surface's.
-    explicit LayerPopoverSurface(QWindow& window);
+    /// surface's. `panelSide` says where the panel is of the screen that has the keyboard.
+    LayerPopoverSurface(QWindow& window, std::function<Side()> panelSide);
     LayerPopoverSurface(const LayerPopoverSurface&) = delete;
     LayerPopoverSurface& operator=(const LayerPopoverSurface&) = delete;
     ~LayerPopoverSurface() override;
@@ -39,6 +38,7 @@ class LayerPopoverSurface final : public PopoverSurface {
     void dismissLater();
 
     QWindow& window;
+    std::function<Side()> panelSide;
     LayerShell shell;
     LayerSurface surface;
     std::optional<ClickCatcher> elsewhere; ///< while it is shown
