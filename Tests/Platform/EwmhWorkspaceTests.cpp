@@ -1,14 +1,12 @@
 #include "Platform/X11/EwmhWorkspace.h"
 
-#include "CountingRunLoop.h"
-#include "QtLoop.h"
 #include "Support/DrivenWindows.h"
 #include "Support/Eventually.h"
 #include "Support/Process.h"
 #include "Support/ServerTurns.h"
 #include "Support/SessionBus.h"
-#include "Support/TemporaryFolder.h"
 #include "Support/XServer.h"
+#include "WorkspaceTest.h"
 
 #include <algorithm>
 #include <chrono>
@@ -29,15 +27,9 @@ RunningApplication application(const std::string& id) {
     return {.bundleIdentifier = id};
 }
 
-class EwmhWorkspaceTest : public testing::Test {
+class EwmhWorkspaceTest : public test::WorkspaceTest {
   protected:
-    EwmhWorkspaceTest() { std::filesystem::create_directories(desktopFiles()); }
-
-    [[nodiscard]] std::filesystem::path desktopFiles() const { return home.path() / "applications"; }
-
-    void observe() {
-        observer = workspace.addActivationObserver([this](const auto& reported) { reports.push_back(reported); });
-    }
+    void observe() { observer = workspace.addActivationObserver(recorder()); }
 
     /// An X client of another process whose window has this class, and "some" as its instance.
     xcb_window_t open(const std::string& className, const std::vector<std::string>& options = {}) {
@@ -56,17 +48,6 @@ class EwmhWorkspaceTest : public testing::Test {
                                                                          {"GDK_BACKEND", "x11"}});
     }
 
-    /// Whether exactly these were reported since the last call, in this order.
-    [[nodiscard]] bool reported(const std::vector<std::string>& ids) {
-        loop.runUntil([&] { return reports.size() >= ids.size(); });
-        std::vector<std::string> actual;
-        for (const auto& report : std::exchange(reports, {})) {
-            actual.push_back(report.bundleIdentifier.value_or("(none)"));
-        }
-        EXPECT_EQ(actual, ids);
-        return actual == ids;
-    }
-
     /// Makes the window the active one, as a window manager does, and expects its application.
     [[nodiscard]] bool bringsToFront(xcb_window_t window, const std::string& id) {
         windows.setActive(window);
@@ -74,13 +55,9 @@ class EwmhWorkspaceTest : public testing::Test {
     }
 
     test::XServer xServer;
-    test::QtLoop loop;
-    test::CountingRunLoop runLoop;
-    test::TemporaryFolder home;
     test::DrivenWindows windows;
     std::vector<std::unique_ptr<Process>> programs;
     EwmhWorkspace workspace{runLoop, {desktopFiles()}};
-    std::vector<RunningApplication> reports;
     std::unique_ptr<WorkspaceObserver> observer;
 };
 
@@ -398,8 +375,7 @@ INSTANTIATE_TEST_SUITE_P(Managers, EwmhWorkspaceUnder, testing::Values("openbox"
 
 TEST_P(EwmhWorkspaceUnder, RealProgramsHaveTheIdsOfTheirDesktopFiles) {
     EwmhWorkspace installed(runLoop);
-    const auto observation =
-        installed.addActivationObserver([this](const auto& reported) { reports.push_back(reported); });
+    const auto observation = installed.addActivationObserver(recorder());
     programs.push_back(start({"xterm"}));
     const auto xterm = windows.await("XTerm");
     EXPECT_TRUE(reported({"debian-xterm"}));

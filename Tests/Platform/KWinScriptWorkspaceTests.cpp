@@ -1,10 +1,9 @@
 #include "Platform/KWin/KWinScriptWorkspace.h"
 
-#include "CountingRunLoop.h"
-#include "QtLoop.h"
 #include "Support/KWin.h"
 #include "Support/Process.h"
 #include "Support/TemporaryFolder.h"
+#include "WorkspaceTest.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -26,25 +25,16 @@ using test::Process;
 
 const QString scriptName = QStringLiteral("org.nocta.Nocta.front");
 
-class KWinScriptWorkspaceTest : public testing::Test {
+class KWinScriptWorkspaceTest : public test::WorkspaceTest {
   protected:
-    KWinScriptWorkspaceTest() { std::filesystem::create_directories(desktopFiles()); }
-
     ~KWinScriptWorkspaceTest() override {
         observer.reset();
         windows.clear(); // before their compositor
     }
 
-    [[nodiscard]] std::filesystem::path desktopFiles() const { return home.path() / "applications"; }
-
-    void install(const std::string& id, const std::string& content = "") const {
-        std::ofstream(desktopFiles() / (id + ".desktop")) << "[Desktop Entry]\nType=Application\nName=Some\nExec=some\n"
-                                                          << content;
-    }
-
     /// And waits until KWin has the script.
     void observe() {
-        observer = workspace.addActivationObserver([this](const auto& reported) { reports.push_back(reported); });
+        observer = workspace.addActivationObserver(recorder());
         ASSERT_TRUE(loop.runUntil([] { return hasScript(); }));
         // It has been loaded, and is run by the next message.
         ASSERT_TRUE(loop.runUntil([this] { return isWatching(); }));
@@ -75,26 +65,11 @@ class KWinScriptWorkspaceTest : public testing::Test {
         window.waitForEnd();
     }
 
-    /// Whether exactly these were reported since the last call, in this order.
-    [[nodiscard]] bool reported(const std::vector<std::string>& ids) {
-        loop.runUntil([&] { return reports.size() >= ids.size(); });
-        std::vector<std::string> actual;
-        for (const auto& report : std::exchange(reports, {})) {
-            actual.push_back(report.bundleIdentifier.value_or("(none)"));
-        }
-        EXPECT_EQ(actual, ids);
-        return actual == ids;
-    }
-
     test::TemporaryFolder runtimeFolder;
     test::KWin kwin;
-    test::QtLoop loop;
-    test::CountingRunLoop runLoop;
-    test::TemporaryFolder home;
     const int variable = setenv("XDG_RUNTIME_DIR", runtimeFolder.path().c_str(), 1);
     KWinScriptWorkspace workspace{runLoop, {desktopFiles()}};
     std::vector<std::unique_ptr<Process>> windows;
-    std::vector<RunningApplication> reports;
     std::unique_ptr<WorkspaceObserver> observer;
 };
 
@@ -176,7 +151,7 @@ TEST_F(KWinScriptWorkspaceTest, TakesThePlaceOfTheScriptOfANoctaThatWasKilled) {
     ask(QStringLiteral("run"), {}, QStringLiteral("/%1").arg(number), QStringLiteral("org.kde.kwin.Script"));
     ASSERT_TRUE(hasScript());
     open("org.example.one");
-    observer = workspace.addActivationObserver([this](const auto& reported) { reports.push_back(reported); });
+    observer = workspace.addActivationObserver(recorder());
     // Which the new one alone tells.
     ASSERT_TRUE(loop.runUntil([this] { return workspace.frontmostApplication().has_value(); }));
     open("org.example.two");

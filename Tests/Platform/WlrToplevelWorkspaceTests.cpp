@@ -1,10 +1,8 @@
 #include "Platform/Wayland/WlrToplevelWorkspace.h"
 
-#include "CountingRunLoop.h"
-#include "QtLoop.h"
 #include "Support/Process.h"
 #include "Support/Sway.h"
-#include "Support/TemporaryFolder.h"
+#include "WorkspaceTest.h"
 
 #include <csignal>
 #include <filesystem>
@@ -18,25 +16,14 @@ namespace {
 
 using test::Process;
 
-class WlrToplevelWorkspaceTest : public testing::Test {
+class WlrToplevelWorkspaceTest : public test::WorkspaceTest {
   protected:
-    WlrToplevelWorkspaceTest() { std::filesystem::create_directories(desktopFiles()); }
-
     ~WlrToplevelWorkspaceTest() override {
         observer.reset();
         programs.clear(); // before their compositor
     }
 
-    [[nodiscard]] std::filesystem::path desktopFiles() const { return home.path() / "applications"; }
-
-    void install(const std::string& id, const std::string& content = "") const {
-        std::ofstream(desktopFiles() / (id + ".desktop")) << "[Desktop Entry]\nType=Application\nName=Some\nExec=some\n"
-                                                          << content;
-    }
-
-    void observe() {
-        observer = workspace.addActivationObserver([this](const auto& reported) { reports.push_back(reported); });
-    }
+    void observe() { observer = workspace.addActivationObserver(recorder()); }
 
     /// A program whose window has this application id. A new window has the keyboard.
     Process& open(const std::string& id) {
@@ -47,24 +34,9 @@ class WlrToplevelWorkspaceTest : public testing::Test {
 
     void focus(const std::string& id) const { sway.command("[app_id=\"^" + id + "$\"] focus"); }
 
-    /// Whether exactly these were reported since the last call, in this order.
-    [[nodiscard]] bool reported(const std::vector<std::string>& ids) {
-        loop.runUntil([&] { return reports.size() >= ids.size(); });
-        std::vector<std::string> actual;
-        for (const auto& report : std::exchange(reports, {})) {
-            actual.push_back(report.bundleIdentifier.value_or("(none)"));
-        }
-        EXPECT_EQ(actual, ids);
-        return actual == ids;
-    }
-
     test::Sway sway;
-    test::QtLoop loop;
-    test::CountingRunLoop runLoop;
-    test::TemporaryFolder home;
     WlrToplevelWorkspace workspace{runLoop, {desktopFiles()}};
     std::vector<std::unique_ptr<Process>> programs;
-    std::vector<RunningApplication> reports;
     std::unique_ptr<WorkspaceObserver> observer;
 };
 
