@@ -7,10 +7,10 @@
 #include "Core/FilterEngineInspector.h"
 #include "FreshPlatform.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <ranges>
 #include <string>
 #include <utility>
 #include <vector>
@@ -302,9 +302,9 @@ struct Model {
         if (!isOn) {
             return std::nullopt;
         }
-        for (auto profile = profiles.rbegin(); profile != profiles.rend(); ++profile) {
-            if (profile->first == last) {
-                if (const auto* preset = find(profile->second)) {
+        for (const auto& [id, presetId] : profiles | std::views::reverse) {
+            if (id == last) {
+                if (const auto* preset = find(presetId)) {
                     return Request{preset->colorTemp, preset->brightness, preset->transitionSecs};
                 }
                 break;
@@ -315,8 +315,12 @@ struct Model {
     }
 
     static const Preset* find(const std::string& id) {
-        const auto found = std::ranges::find(Preset::builtIn, id, &Preset::id);
-        return found != Preset::builtIn.end() ? &*found : nullptr;
+        for (const auto& preset : Preset::builtIn) {
+            if (preset.id == id) {
+                return &preset;
+            }
+        }
+        return nullptr;
     }
 };
 
