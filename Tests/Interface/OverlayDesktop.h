@@ -126,7 +126,7 @@ class OverlaySession : public testing::Test {
     }
 
     /// Lets the program run for that long, for what must not happen.
-    void runFor(std::chrono::milliseconds duration) {
+    static void runFor(std::chrono::milliseconds duration) {
         runUntil([] { return false; }, duration);
     }
 

@@ -23,6 +23,7 @@
 #include <QGuiApplication>
 #include <QObject>
 #include <QPointer>
+#include <QQmlPropertyMap>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QScreen>
@@ -51,14 +52,21 @@ Rectangle {
 }
 )";
 
-class Model final : public QObject {
-    Q_OBJECT
-    Q_PROPERTY(QString typed MEMBER typed)
-    Q_PROPERTY(bool usesEscape MEMBER usesEscape)
-
+/// Of that scene.
+class Model {
   public:
-    QString typed;
-    bool usesEscape = false;
+    Model() {
+        values.insert(typedName, QString());
+        setUsesEscape(false);
+    }
+
+    [[nodiscard]] QString typed() const { return values.value(typedName).toString(); }
+    void setUsesEscape(bool uses) { values.insert(QStringLiteral("usesEscape"), uses); }
+    [[nodiscard]] QObject* object() { return &values; }
+
+  private:
+    const QString typedName = QStringLiteral("typed");
+    QQmlPropertyMap values;
 };
 
 class QuickPopoverTest : public testing::Test {
@@ -98,7 +106,7 @@ class QuickPopoverTest : public testing::Test {
         server.synchronize();
     }
 
-    xcb_window_t makeWindow(const Rectangle& place, std::uint32_t color) const {
+    [[nodiscard]] xcb_window_t makeWindow(const Rectangle& place, std::uint32_t color) const {
         const auto window = xcb_generate_id(server.get());
         xcb_create_window(server.get(), 0, window, server.root(), static_cast<std::int16_t>(place.x),
                           static_cast<std::int16_t>(place.y), static_cast<std::uint16_t>(place.width),
@@ -146,7 +154,9 @@ class QuickPopoverTest : public testing::Test {
     PopoverScene makeScene() {
         ++scenes;
         const auto file = QString::fromStdString((folder.path() / "Content.qml").string());
-        const auto properties = [this] { return QVariantMap{{QStringLiteral("model"), QVariant::fromValue(&model)}}; };
+        const auto properties = [this] {
+            return QVariantMap{{QStringLiteral("model"), QVariant::fromValue(model.object())}};
+        };
         return {.source = QUrl::fromLocalFile(file), .properties = properties, .shownChanged = [this](bool shown) {
                     shownChanges.push_back(shown);
                 }};
@@ -295,7 +305,8 @@ TEST_P(UnderAWindowManager, ItTakesTheKeyboardAndGivesItBack) {
     open(item);
     ASSERT_TRUE(application.runUntil([&] { return focused(server) != editor; }));
     test::Process({"xdotool", "key", "h", "i"}).waitForEnd();
-    EXPECT_TRUE(application.runUntil([&] { return model.typed == QStringLiteral("hi"); })) << model.typed.toStdString();
+    EXPECT_TRUE(application.runUntil([&] { return model.typed() == QStringLiteral("hi"); }))
+        << model.typed().toStdString();
     popover->performClose();
     EXPECT_TRUE(application.runUntil([&] { return focused(server) == editor; }));
 }
@@ -328,11 +339,11 @@ INSTANTIATE_TEST_SUITE_P(Managers, UnderAWindowManager,
 TEST_F(QuickPopoverTest, EscapeClosesItUnlessSomethingInItHasAUseForTheKey) {
     open(item);
     ASSERT_TRUE(screenBecomes([](const auto& screen) { return screen.count(bodyColor) > 0; }));
-    model.usesEscape = true;
+    model.setUsesEscape(true);
     test::Process({"xdotool", "key", "Escape", "x"}).waitForEnd();
-    ASSERT_TRUE(application.runUntil([&] { return model.typed.endsWith(QLatin1Char('x')); }));
+    ASSERT_TRUE(application.runUntil([&] { return model.typed().endsWith(QLatin1Char('x')); }));
     EXPECT_TRUE(popover->isShown());
-    model.usesEscape = false;
+    model.setUsesEscape(false);
     test::Process({"xdotool", "key", "Escape"}).waitForEnd();
     EXPECT_TRUE(application.runUntil([&] { return !popover->isShown(); }));
     EXPECT_TRUE(screenBecomes([](const auto& screen) { return screen.count(bodyColor) == 0; }));
@@ -377,7 +388,7 @@ TEST_F(QuickPopoverTest, GivesItsSceneUpAWhileAfterClosingAndMakesItAgain) {
     open(item);
     ASSERT_TRUE(screenBecomes([](const auto& screen) { return screen.count(bodyColor) == 340U * 560U; }));
     test::Process({"xdotool", "key", "k"}).waitForEnd();
-    EXPECT_TRUE(application.runUntil([&] { return model.typed == QStringLiteral("k"); }));
+    EXPECT_TRUE(application.runUntil([&] { return model.typed() == QStringLiteral("k"); }));
     EXPECT_EQ(scenes, 1) << "what the views stand on lasts";
 }
 
@@ -394,5 +405,3 @@ TEST_F(QuickPopoverTest, ShowingItAgainMovesItAndTellsNobody) {
 
 } // namespace
 } // namespace nocta
-
-#include "QuickPopoverTests.moc"

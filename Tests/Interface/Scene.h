@@ -69,7 +69,7 @@ class AccessibleItem {
 class Scene {
   public:
     /// A file of the module, such as "Popover/PopoverView.qml".
-    static QUrl file(const QString& name) { return QUrl(QStringLiteral("qrc:/qt-project.org/imports/Nocta/") + name); }
+    static QUrl file(const QString& name) { return {QStringLiteral("qrc:/qt-project.org/imports/Nocta/") + name}; }
 
     Scene(const QUrl& source, const QVariantMap& properties) {
         make([&](QQmlComponent& component) { component.loadUrl(source); }, properties);
