@@ -25,7 +25,8 @@ class StatusPicture : public testing::Test {
     }
 
     static std::uint32_t at(const Raster& raster, std::int32_t x, std::int32_t y) {
-        return raster.pixels.at(static_cast<std::size_t>(y * raster.size + x));
+        return raster.pixels.at(static_cast<std::size_t>(y) * static_cast<std::size_t>(raster.size) +
+                                static_cast<std::size_t>(x));
     }
 
     /// Pixels of exactly the tint in these rows.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <set>
 #include <string>
 
@@ -67,8 +68,7 @@ TEST(Symbols, AllAreDifferentAndStayOnTheirGrid) {
         const QImage image = renderSymbol(name, Qt::black, 96);
         EXPECT_GT(inkOf(image), 0) << name;
         EXPECT_FALSE(touchesTheEdge(image)) << name;
-        pictures.emplace(reinterpret_cast<const char*>(image.constBits()),
-                         static_cast<std::size_t>(image.sizeInBytes()));
+        pictures.emplace(image.constBits(), std::next(image.constBits(), image.sizeInBytes()));
     }
     EXPECT_EQ(pictures.size(), names.size());
 }

@@ -197,8 +197,6 @@ class LostNotifications : public Notifications {
         // A call that waits does so for 25 s.
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
     }
-    LostNotifications(const LostNotifications&) = delete;
-    LostNotifications& operator=(const LostNotifications&) = delete;
 
     /// Adds a message and lets what it may cause happen.
     void lose() {

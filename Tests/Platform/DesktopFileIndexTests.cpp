@@ -144,7 +144,7 @@ TEST_F(DesktopFileIndexTest, WhatCannotBeReadIsLeftOut) {
     fs::create_directory(system / "folder.desktop");
     fs::create_symlink(system / "nowhere", system / "broken.desktop");
     fs::create_directory_symlink(system, system / "loop");
-    std::ofstream(system / "empty.desktop");
+    std::ofstream(system / "empty.desktop") << "";
     std::ofstream(system / "noise.desktop", std::ios::binary) << std::string(100000, '[') << '\0';
     write(system / "good.desktop");
     EXPECT_EQ(find("good"), "good");

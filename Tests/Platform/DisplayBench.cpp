@@ -63,7 +63,7 @@ class SimulatedBench final : public TableBench {
                 for (const auto* table : {&load->red, &load->green, &load->blue}) {
                     for (const float level : *table) {
                         // The simulated displays show what they are given; these limits are those of the contract.
-                        const double limited = level > 0.0F ? std::min(level, 1.0F) : 0.0F;
+                        const auto limited = static_cast<double>(level > 0.0F ? std::min(level, 1.0F) : 0.0F);
                         values.push_back(static_cast<std::uint16_t>(std::lround(65535.0 * limited)));
                     }
                 }

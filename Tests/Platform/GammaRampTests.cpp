@@ -76,8 +76,8 @@ RC_GTEST_PROP(GammaRamp, RisingTablesGiveRisingRampsWithTheSameEnds, ()) {
     std::sort(table.begin(), table.end());
     const auto ramp = rampOf(table, size);
     RC_ASSERT(std::is_sorted(ramp.begin(), ramp.end()));
-    RC_ASSERT(ramp.front() == std::lround(double{table.front()} * 65535.0));
-    RC_ASSERT(ramp.back() == std::lround(double{table.back()} * 65535.0));
+    RC_ASSERT(ramp.front() == std::lround(static_cast<double>(table.front()) * 65535.0));
+    RC_ASSERT(ramp.back() == std::lround(static_cast<double>(table.back()) * 65535.0));
 }
 
 } // namespace

@@ -277,7 +277,7 @@ class ScriptedGeoClue final : public QDBusVirtualObject {
     void refuse() const { bus.send(held.createErrorReply(QDBusError::AccessDenied, QStringLiteral("no"))); }
 
     /// Says that there is a new location.
-    void update() { emitUpdate(bus); }
+    void update() const { emitUpdate(bus); }
 
     static void emitUpdate(const QDBusConnection& from) {
         auto signal = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/GeoClue2/Client/1"),

@@ -25,7 +25,9 @@ constexpr double tolerance = 50.0 / 3;
 White loaded(int kelvin, double brightness) {
     const auto factors = kelvinToRGB(kelvin);
     const auto table = GammaTable::build(factors.r, factors.g, factors.b, brightness);
-    return {.red = table.red.back(), .green = table.green.back(), .blue = table.blue.back()};
+    return {.red = static_cast<double>(table.red.back()),
+            .green = static_cast<double>(table.green.back()),
+            .blue = static_cast<double>(table.blue.back())};
 }
 
 TEST(NightTint, FindsBackWhatKWinShows) {

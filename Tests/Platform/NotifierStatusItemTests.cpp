@@ -8,6 +8,7 @@
 #include "Support/XServer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <optional>
 #include <string>
@@ -45,7 +46,7 @@ StatusButton button(std::uint32_t rgb, const std::string& title = {}) {
 
 /// A square of the tint; with a caption, half of one.
 Raster paintSquare(const SymbolImage& image, std::string_view caption, std::int32_t size) {
-    const auto byte = [](double value) { return static_cast<std::uint32_t>(value * 255 + 0.5); };
+    const auto byte = [](double value) { return static_cast<std::uint32_t>(std::lround(value * 255)); };
     const std::uint32_t color =
         0xFF000000U | byte(image.color.red) << 16U | byte(image.color.green) << 8U | byte(image.color.blue);
     const auto pixels = static_cast<std::size_t>(size) * static_cast<std::size_t>(size);
@@ -342,7 +343,7 @@ class PanelTest : public NotifierStatusItemTest {
 
 class PanelItemTest : public PanelTest, public testing::WithParamInterface<PanelKind> {};
 
-constexpr std::size_t wholeIcon = 22 * 22;
+constexpr std::size_t wholeIcon = std::size_t{22} * 22;
 
 TEST_P(PanelItemTest, AppearsInItsColourAndFollowsChanges) {
     const test::Panel panel(GetParam());

@@ -8,6 +8,7 @@
 #include "Support/ServerTurns.h"
 #include "Support/XServer.h"
 
+#include <cmath>
 #include <csignal>
 #include <limits>
 
@@ -36,7 +37,7 @@ Ramps straightRamps(float red, float green, float blue) {
     Ramps values;
     for (const float top : {red, green, blue}) {
         for (const float level : straightTable(top)) {
-            values.push_back(static_cast<std::uint16_t>(static_cast<double>(level) * 65535.0 + 0.5));
+            values.push_back(static_cast<std::uint16_t>(std::lround(static_cast<double>(level) * 65535.0)));
         }
     }
     return values;
@@ -182,7 +183,7 @@ TEST_F(RandrDisplayServiceTest, RestoresAnyRampsAfterAnyLoads) {
     rc::check("arbitrary calibrations come back", [&] {
         std::map<xcb_randr_crtc_t, Ramps> before;
         for (const auto crtc : active) {
-            before[crtc] = *rc::gen::container<Ramps>(3 * 256, rc::gen::arbitrary<std::uint16_t>());
+            before[crtc] = *rc::gen::container<Ramps>(std::size_t{3} * 256, rc::gen::arbitrary<std::uint16_t>());
             displays.setRamps(crtc, before[crtc]);
         }
         const auto loads = *rc::gen::inRange(1, 4);

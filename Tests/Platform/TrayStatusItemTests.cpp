@@ -9,6 +9,7 @@
 #include "Support/XServer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -37,7 +38,7 @@ StatusButton button(std::uint32_t rgb, const std::string& title = {}) {
 
 /// The tint in the upper half, half transparent white below a caption, else nothing.
 Raster paintHalf(const SymbolImage& image, std::string_view caption, std::int32_t size) {
-    const auto byte = [](double value) { return static_cast<std::uint32_t>(value * 255 + 0.5); };
+    const auto byte = [](double value) { return static_cast<std::uint32_t>(std::lround(value * 255)); };
     const std::uint32_t color =
         0xFF000000U | byte(image.color.red) << 16U | byte(image.color.green) << 8U | byte(image.color.blue);
     const auto pixels = static_cast<std::size_t>(size) * static_cast<std::size_t>(size);
@@ -74,7 +75,7 @@ class TrayStatusItemTest : public testing::Test {
     int clicks = 0;
 };
 
-constexpr std::size_t upperHalf = 22 * 11;
+constexpr std::size_t upperHalf = std::size_t{22} * 11;
 
 TEST_F(TrayStatusItemTest, HasNoHostWithoutATrayAndNoneWithoutAServer) {
     const auto item = makeItem();

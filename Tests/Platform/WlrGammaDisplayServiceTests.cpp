@@ -6,6 +6,7 @@
 #include "Support/Sway.h"
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <map>
 
@@ -111,7 +112,7 @@ class WlrGammaDisplayServiceTest : public testing::Test {
         if (!level || !table) {
             return !level && !table;
         }
-        const auto value = static_cast<std::uint16_t>(static_cast<double>(*level) * 65535.0 + 0.5);
+        const auto value = static_cast<std::uint16_t>(std::lround(static_cast<double>(*level) * 65535.0));
         return std::ranges::all_of(*table, [value](auto entry) { return entry == value; });
     }
 

@@ -511,7 +511,7 @@ TEST_F(Remote, EveryPropertyRefusesEveryOtherTypeAndKeepsItsValue) {
             if (property.write) {
                 expectError(
                     answer, "org.freedesktop.DBus.Error.InvalidArgs",
-                    qt("%1 is of type \"%2\", not \"%3\".").arg(property.name, property.signature, signature).toUtf8());
+                    qt(R"(%1 is of type "%2", not "%3".)").arg(property.name, property.signature, signature).toUtf8());
             } else {
                 expectError(answer, "org.freedesktop.DBus.Error.PropertyReadOnly",
                             (property.name + qt(" can be read only.")).toUtf8());

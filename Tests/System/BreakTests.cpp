@@ -31,7 +31,7 @@ class DesktopWithBreaks : public Desktop {
 
     /// Starts Nocta and waits for its first break, which lasts minutes, and after which the next one is hours away.
     [[nodiscard]] std::unique_ptr<Process> startAndBreak() const {
-        writeBreaks(1, 600 * factor);
+        writeBreaks(1, std::int64_t{600} * factor);
         auto nocta = startDrivenNocta(factor);
         closePopover();
         EXPECT_TRUE(eventually([this] { return isCovered(); })) << nocta->errors();
@@ -104,7 +104,7 @@ class DesktopWithBreaks : public Desktop {
 };
 
 TEST_F(DesktopWithBreaks, ComeAndGoAsTheSettingsFileSays) {
-    writeBreaks(1, 2 * factor);
+    writeBreaks(1, std::int64_t{2} * factor);
     const auto nocta = startDrivenNocta(factor);
     ASSERT_TRUE(eventually([this] { return isCovered(); }));
     nocta->write("interval 3\n"); // time to look around

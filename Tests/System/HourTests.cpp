@@ -66,11 +66,10 @@ class PersonsHour : public Desktop {
         const auto switches = switchesOf(nocta->id());
         const auto ticks = ticksOf(nocta->id());
         std::this_thread::sleep_for(minutes(idleMinutes));
-        const Figures figures{.switchesAMinute =
-                                  static_cast<double>(switchesSince(switches, nocta->id())) / idleMinutes,
-                              .ticks = ticksOf(nocta->id()) - ticks,
-                              .memory = memoryOf(nocta->id(), "Private_Dirty:"),
-                              .resources = serverResourcesOf(nocta->id())};
+        Figures figures{.switchesAMinute = static_cast<double>(switchesSince(switches, nocta->id())) / idleMinutes,
+                        .ticks = ticksOf(nocta->id()) - ticks,
+                        .memory = memoryOf(nocta->id(), "Private_Dirty:"),
+                        .resources = serverResourcesOf(nocta->id())};
         std::printf("%s: %.1f context switches a minute, %ld CPU ticks, %ld kB private dirty\n", when,
                     figures.switchesAMinute, figures.ticks, figures.memory);
         std::fflush(stdout);

@@ -45,7 +45,7 @@ class Noctactl : public Desktop {
                                                  const Process::Environment& changes = {}) const {
         auto variables = environment();
         variables.insert(variables.end(), changes.begin(), changes.end());
-        Words words{"sh", "-c", "exec \"$0\" \"$@\" >'" + (home.path() / outputName).string() + "'",
+        Words words{"sh", "-c", R"(exec "$0" "$@" >')" + (home.path() / outputName).string() + "'",
                     programFolder() / "noctactl"};
         words.insert(words.end(), arguments.begin(), arguments.end());
         return std::make_unique<Process>(words, variables);
@@ -421,9 +421,9 @@ class Completion : public Noctactl {
     std::set<std::string> offered(const std::string& words) {
         const std::string folder = NOCTA_PACKAGING_FOLDER "/completions/";
         const auto count = std::to_string(split(words).size());
-        const auto bash = shell({"bash", "--norc", "-c",
-                                 "source '" + folder + "noctactl.bash'; COMP_WORDS=(" + words +
-                                     " ''); COMP_CWORD=" + count + "; _noctactl; printf '%s\\n' \"${COMPREPLY[@]}\""});
+        auto bash = shell({"bash", "--norc", "-c",
+                           "source '" + folder + "noctactl.bash'; COMP_WORDS=(" + words + " ''); COMP_CWORD=" + count +
+                               R"(; _noctactl; printf '%s\n' "${COMPREPLY[@]}")"});
         // Outside of a line that is edited the shell's own functions do not work: these only write.
         const auto zsh = shell({"zsh", "-fc",
                                 "compadd() { shift; print -l -- $@; }; _describe() { print -l -- ${verbs%%:*}; }; "
@@ -440,7 +440,7 @@ class Completion : public Noctactl {
   private:
     std::set<std::string> shell(const Words& command) {
         const auto output = home.path() / "completions";
-        Words words{"sh", "-c", "exec \"$0\" \"$@\" >'" + output.string() + "'"};
+        Words words{"sh", "-c", R"(exec "$0" "$@" >')" + output.string() + "'"};
         words.insert(words.end(), command.begin(), command.end());
         auto variables = environment();
         variables.emplace_back("PATH", programFolder().string() + ":/usr/bin:/bin");
