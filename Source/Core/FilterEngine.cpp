@@ -124,8 +124,13 @@ void FilterEngine::clearPendingTarget() {
 void FilterEngine::writeGamma(double r, double g, double b, double brightness) {
     const GammaTable table = GammaTable::build(r, g, b, brightness);
     auto& displays = *Platform::current().displays;
-    for (const DisplayID display : activeDisplays()) {
+    const auto active = activeDisplays();
+    for (const DisplayID display : active) {
         displays.load(display, table.red, table.green, table.blue);
+    }
+    // A filter changed while the screen is away is the one it comes back with.
+    if (active.empty()) {
+        displays.loadNewcomers(table.red, table.green, table.blue);
     }
     displays.flush();
     currentR = r;

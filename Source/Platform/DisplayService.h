@@ -48,6 +48,11 @@ class DisplayService {
     virtual void load(DisplayID display, std::span<const float> red, std::span<const float> green,
                       std::span<const float> blue) = 0;
 
+    /// Says what displays that appear from now on are to show: without it, what was last loaded into any. For a frame
+    /// that finds no display. The tables are as those of `load`.
+    virtual void loadNewcomers(std::span<const float> /*red*/, std::span<const float> /*green*/,
+                               std::span<const float> /*blue*/) {}
+
     /// Ends a frame: what was loaded since the last call is now sent, all of it in one go.
     virtual void flush() = 0;
 

@@ -169,6 +169,20 @@ TEST_F(FilterEngineTest, WithoutDisplaysNothingIsLoadedButTheValuesAreTaken) {
     expectIdle();
 }
 
+TEST_F(FilterEngineTest, AFilterThatChangesWithoutDisplaysIsWhatTheNextOneShows) {
+    engine->applyImmediate(2700, 0.7);
+    platform.displays.displays.clear();
+    engine->apply(3400, 0.8, 0.5);
+    platform.advance(longAfter);
+    platform.displays.displays = {5};
+    const auto* shown = platform.displays.shown(5);
+    ASSERT_NE(shown, nullptr);
+    const auto [r, g, b, brightness] = factorsOf(3400, 0.8);
+    EXPECT_FLOAT_EQ(shown->red.back(), static_cast<float>(r * brightness));
+    EXPECT_FLOAT_EQ(shown->green.back(), static_cast<float>(g * brightness));
+    EXPECT_FLOAT_EQ(shown->blue.back(), static_cast<float>(b * brightness));
+}
+
 TEST_F(FilterEngineTest, ADisplayPluggedInLaterGetsNothingUntilTheNextWrite) {
     engine->applyImmediate(3400, 0.8);
     platform.displays.displays = {1, 2};

@@ -183,6 +183,18 @@ TEST_P(DisplayContract, ADisplayThatAppearsShowsWhatWasLoadedLast) {
     EXPECT_TRUE(become({own, own, own, own}));
 }
 
+TEST_P(DisplayContract, WhatIsForNewcomersIsShownByThemAlone) {
+    loadAll(*service, warm);
+    service->loadNewcomers(straightTable(warmer.red), straightTable(warmer.green), straightTable(warmer.blue));
+    service->flush();
+    service->loadNewcomers({}, {}, {});
+    bench->appear();
+    EXPECT_TRUE(learnsOf(4));
+    EXPECT_TRUE(become({warm, warm, warm, warmer}));
+    service->restoreCalibration();
+    EXPECT_TRUE(become({own, own, own, own}));
+}
+
 TEST_P(DisplayContract, AfterARestoreADisplayThatAppearsKeepsItsOwn) {
     loadAll(*service, warm);
     service->restoreCalibration();

@@ -248,10 +248,11 @@ TEST_F(WlrGammaDisplayServiceTest, WithEveryOutputOffItWaitsForOne) {
     ASSERT_TRUE(allBecome(0.5F));
     sway.command("output * disable");
     ASSERT_TRUE(loop.runUntil([&] { return service.activeDisplays({}) == 0; }));
+    service.loadNewcomers(flatTable(0.25F), flatTable(0.25F), flatTable(0.25F));
     service.flush();
     sway.command("output * enable");
     ASSERT_TRUE(loop.runUntil([&] { return service.activeDisplays({}) == 2; }));
-    EXPECT_TRUE(allBecome(0.5F));
+    EXPECT_TRUE(allBecome(0.25F));
 }
 
 TEST_F(WlrGammaDisplayServiceTest, ATableOfAnotherSizeThanAnnouncedEndsTheConnectionAndNotTheTint) {

@@ -48,6 +48,8 @@ class LayerDimmer {
     /// A factor in [0, 1], with the next `flush`, for that output and for each that appears from now on. At 1 there is
     /// no surface. False, and nothing done, where there is no such output.
     bool setBrightness(std::uint32_t output, double brightness);
+    /// The same for those only that appear from now on.
+    void setBrightnessOfNewcomers(double brightness) { newest = brightness; }
     /// Sends what has changed as far as the compositor keeps up, without waiting.
     void flush();
     /// Puts the surfaces above all that has been put into their layer since.

@@ -18,6 +18,12 @@ bool isOnKWin() {
     return WaylandClient::offers("org_kde_plasma_shell");
 }
 
+NightTint nearestTint(std::span<const float> red, std::span<const float> green, std::span<const float> blue) {
+    return NightTint::nearest({.red = static_cast<double>(red.back()),
+                               .green = static_cast<double>(green.back()),
+                               .blue = static_cast<double>(blue.back())});
+}
+
 } // namespace
 
 NightColorDisplayService::NightColorDisplayService(RunLoop& loop, std::function<void()> onServerLost) {
@@ -56,12 +62,23 @@ void NightColorDisplayService::load(DisplayID display, std::span<const float> re
     if (!isAvailable() || red.empty() || green.empty() || blue.empty()) {
         return;
     }
-    const auto next = NightTint::nearest({.red = static_cast<double>(red.back()),
-                                          .green = static_cast<double>(green.back()),
-                                          .blue = static_cast<double>(blue.back())});
-    if (!dimmer->setBrightness(display, next.brightness)) {
+    const auto next = nearestTint(red, green, blue);
+    if (dimmer->setBrightness(display, next.brightness)) {
+        setColour(next);
+    }
+}
+
+void NightColorDisplayService::loadNewcomers(std::span<const float> red, std::span<const float> green,
+                                             std::span<const float> blue) {
+    if (!isAvailable() || red.empty() || green.empty() || blue.empty()) {
         return;
     }
+    const auto next = nearestTint(red, green, blue);
+    dimmer->setBrightnessOfNewcomers(next.brightness);
+    setColour(next);
+}
+
+void NightColorDisplayService::setColour(const NightTint& next) {
     isTinted = true;
     // Black has no colour to go to.
     if (next.brightness > 0) {

@@ -35,6 +35,7 @@ class NightColorDisplayService final : public DisplayService {
     std::size_t activeDisplays(std::span<DisplayID> buffer) override;
     void load(DisplayID display, std::span<const float> red, std::span<const float> green,
               std::span<const float> blue) override;
+    void loadNewcomers(std::span<const float> red, std::span<const float> green, std::span<const float> blue) override;
     void flush() override;
     void reload() override;
     /// On return KWin takes its own course again, and has begun to move to its own temperature.
@@ -43,8 +44,11 @@ class NightColorDisplayService final : public DisplayService {
     [[nodiscard]] std::vector<DisplayDescription> describe() override;
 
   private:
-    std::unique_ptr<LayerDimmer> dimmer;       ///< null where the compositor is not KWin
-    std::unique_ptr<NightLight> nightLight;    ///< null where this service is not available
+    std::unique_ptr<LayerDimmer> dimmer;    ///< null where the compositor is not KWin
+    std::unique_ptr<NightLight> nightLight; ///< null where this service is not available
+    /// The one of all displays.
+    void setColour(const NightTint& next);
+
     std::uint32_t kelvin = NightTint::neutral; ///< last loaded
     bool isTinted = false;
     std::unique_ptr<QObject> ownWindows; ///< tells when one of them comes to the front

@@ -72,11 +72,19 @@ void MutterDisplayService::load(DisplayID display, std::span<const float> red, s
     if (crtc == crtcs.end() || !crtc->isActive || (crtc->isKnown && crtc->calibration.empty()) || red.empty()) {
         return;
     }
+    loadNewcomers(red, green, blue);
+    crtc->wanted = tables;
+    crtc->isDirty = true;
+}
+
+void MutterDisplayService::loadNewcomers(std::span<const float> red, std::span<const float> green,
+                                         std::span<const float> blue) {
+    if (red.empty()) {
+        return;
+    }
     tables[0].assign(red.begin(), red.end());
     tables[1].assign(green.begin(), green.end());
     tables[2].assign(blue.begin(), blue.end());
-    crtc->wanted = tables;
-    crtc->isDirty = true;
 }
 
 void MutterDisplayService::flush() {

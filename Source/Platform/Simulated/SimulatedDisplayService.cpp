@@ -21,11 +21,27 @@ void SimulatedDisplayService::load(DisplayID display, std::span<const float> red
     if (!isActive(display) || red.empty()) {
         return;
     }
-    for (const auto active : displays) {
-        shownLoads.try_emplace(active, lastLoad);
+    keepNewcomers();
+    shownLoads[display] = ofNewcomers = std::make_shared<const Load>(recordedLoads.back());
+}
+
+void SimulatedDisplayService::loadNewcomers(std::span<const float> red, std::span<const float> green,
+                                            std::span<const float> blue) {
+    if (red.empty()) {
+        return;
     }
-    lastLoad = recordedLoads.size() - 1;
-    shownLoads[display] = lastLoad;
+    keepNewcomers();
+    constexpr DisplayID noDisplay = 0;
+    ofNewcomers = std::make_shared<const Load>(Load{.display = noDisplay,
+                                                    .red = {red.begin(), red.end()},
+                                                    .green = {green.begin(), green.end()},
+                                                    .blue = {blue.begin(), blue.end()}});
+}
+
+void SimulatedDisplayService::keepNewcomers() {
+    for (const auto active : displays) {
+        shownLoads.try_emplace(active, ofNewcomers);
+    }
 }
 
 const SimulatedDisplayService::Load* SimulatedDisplayService::shown(DisplayID display) const {
@@ -33,14 +49,13 @@ const SimulatedDisplayService::Load* SimulatedDisplayService::shown(DisplayID di
         return nullptr;
     }
     const auto known = shownLoads.find(display);
-    const auto load = known != shownLoads.end() ? known->second : lastLoad;
-    return load ? &recordedLoads[*load] : nullptr;
+    return known != shownLoads.end() ? known->second.get() : ofNewcomers.get();
 }
 
 void SimulatedDisplayService::restoreCalibration() {
     ++recordedRestores;
     shownLoads.clear();
-    lastLoad.reset();
+    ofNewcomers.reset();
 }
 
 bool SimulatedDisplayService::isActive(DisplayID display) const {

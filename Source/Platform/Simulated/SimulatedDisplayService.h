@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <optional>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -24,7 +24,7 @@ class SimulatedDisplayService final : public DisplayService {
     /// The active displays; a test plugs them in and out here.
     std::vector<DisplayID> displays{1};
 
-    /// Everything loaded so far, in order.
+    /// Everything loaded into a display so far, in order.
     [[nodiscard]] const std::vector<Load>& loads() const { return recordedLoads; }
     /// What an active display shows, null while that is its own calibration: as of the contract, one that appears has
     /// what was loaded last into any.
@@ -38,6 +38,7 @@ class SimulatedDisplayService final : public DisplayService {
     std::size_t activeDisplays(std::span<DisplayID> buffer) override;
     void load(DisplayID display, std::span<const float> red, std::span<const float> green,
               std::span<const float> blue) override;
+    void loadNewcomers(std::span<const float> red, std::span<const float> green, std::span<const float> blue) override;
     void flush() override { ++recordedFlushes; }
     void reload() override { ++recordedReloads; }
     void restoreCalibration() override;
@@ -46,12 +47,14 @@ class SimulatedDisplayService final : public DisplayService {
 
   private:
     [[nodiscard]] bool isActive(DisplayID display) const;
+    /// Those that have appeared keep what they show when newer ones are to show something else.
+    void keepNewcomers();
 
     std::vector<Load> recordedLoads;
-    // What is in force, as indices of the loads: of each display that was active during a load, nothing for its own
-    // calibration; and the last one of all.
-    std::map<DisplayID, std::optional<std::size_t>> shownLoads;
-    std::optional<std::size_t> lastLoad;
+    // What is in force, null for a display's own calibration: of each that was active during a load, and of those that
+    // appear.
+    std::map<DisplayID, std::shared_ptr<const Load>> shownLoads;
+    std::shared_ptr<const Load> ofNewcomers;
     int recordedListCalls = 0;
     int recordedFlushes = 0;
     int recordedReloads = 0;

@@ -127,10 +127,18 @@ void WlrGammaDisplayService::load(DisplayID display, std::span<const float> red,
     if (output == outputs.end() || red.empty()) {
         return;
     }
+    loadNewcomers(red, green, blue);
+    show(*output, tables);
+}
+
+void WlrGammaDisplayService::loadNewcomers(std::span<const float> red, std::span<const float> green,
+                                           std::span<const float> blue) {
+    if (red.empty()) {
+        return;
+    }
     tables[0].assign(red.begin(), red.end());
     tables[1].assign(green.begin(), green.end());
     tables[2].assign(blue.begin(), blue.end());
-    show(*output, tables);
 }
 
 void WlrGammaDisplayService::flush() {

@@ -48,9 +48,7 @@ void RandrDisplayService::load(DisplayID display, std::span<const float> red, st
     if (crtc == crtcs.end() || !crtc->isActive || crtc->size == 0 || red.empty()) {
         return;
     }
-    tables[0].assign(red.begin(), red.end());
-    tables[1].assign(green.begin(), green.end());
-    tables[2].assign(blue.begin(), blue.end());
+    loadNewcomers(red, green, blue);
     if (!crtc->isTinted() && !crtc->isUnreadable) {
         keepCalibration();
     }
@@ -59,6 +57,16 @@ void RandrDisplayService::load(DisplayID display, std::span<const float> red, st
         fill(*crtc);
         server.setCrtcGamma(crtc->id, crtc->loaded.data(), crtc->size);
     }
+}
+
+void RandrDisplayService::loadNewcomers(std::span<const float> red, std::span<const float> green,
+                                        std::span<const float> blue) {
+    if (red.empty()) {
+        return;
+    }
+    tables[0].assign(red.begin(), red.end());
+    tables[1].assign(green.begin(), green.end());
+    tables[2].assign(blue.begin(), blue.end());
 }
 
 void RandrDisplayService::flush() {

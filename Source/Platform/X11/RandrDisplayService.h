@@ -36,6 +36,7 @@ class RandrDisplayService final : public DisplayService {
     std::size_t activeDisplays(std::span<DisplayID> buffer) override;
     void load(DisplayID display, std::span<const float> red, std::span<const float> green,
               std::span<const float> blue) override;
+    void loadNewcomers(std::span<const float> red, std::span<const float> green, std::span<const float> blue) override;
     void flush() override;
     void reload() override;
     void restoreCalibration() override;
