@@ -166,8 +166,8 @@ class SessionBus {
     std::unique_ptr<DBusConnection, Disconnect> connection;
 };
 
-/// Each where a CRTC of that number and size still is.
-void putBack(const SessionBus& bus, std::vector<CrtcRamps> displays) {
+/// Each where a CRTC of that number still is, unless it has another size. False where some were not put back.
+bool putBack(const SessionBus& bus, std::vector<CrtcRamps> displays) {
     constexpr milliseconds pauseBetween = 20ms;
     const auto end = steady_clock::now() + restorePatience;
     std::optional<std::uint32_t> refusedSerial;
@@ -182,11 +182,11 @@ void putBack(const SessionBus& bus, std::vector<CrtcRamps> displays) {
                 refusedSince = steady_clock::now();
             }
             if (displays.empty() || steady_clock::now() - refusedSince > refusalPatience) {
-                return;
+                return displays.empty();
             }
         }
         if (!bus.isThere() || steady_clock::now() >= end) {
-            return;
+            return false;
         }
         pause(pauseBetween);
     }
@@ -203,8 +203,8 @@ bool restore(const SessionBus& bus, const CalibrationRecord& ours) {
     }
     // What a client has sent is on its way before the bus forgets the client.
     const bool isGone = !bus.hasClient(ours.clientName);
-    putBack(bus, ours.displays);
-    if (isGone) {
+    // What is not put back is for the next Nocta to put back.
+    if (putBack(bus, ours.displays) && isGone) {
         file.remove();
     }
     return isGone;

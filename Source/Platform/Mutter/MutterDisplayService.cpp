@@ -106,11 +106,11 @@ void MutterDisplayService::restoreCalibration() {
     for (auto& crtc : crtcs) {
         crtc.wanted = {};
         crtc.isDirty = false;
-        if (crtc.isSafe) {
+        // Also one that only a Nocta before this one has tinted.
+        if (!crtc.calibration.empty()) {
             kept.push_back({.crtc = crtc.id, .values = crtc.calibration});
         } else {
             crtc.isKnown = false;
-            crtc.calibration.clear();
         }
     }
     if (kept.empty()) {
