@@ -265,8 +265,14 @@ void NightLight::ask() {
     }
     if (!holding) {
         holding = bus.asyncCall(method("inhibit"), std::numeric_limits<int>::max());
+        whenAnswered(*holding, [this](const QDBusMessage& /*answer*/) {
+            if (wanted) {
+                ask();
+            }
+        });
     }
-    if (hasArrived()) {
+    // KWin does not hear of the end of a program that ends before it is heard: then nothing may be on the screen.
+    if (hasArrived() || !holding->isFinished()) {
         return;
     }
     pause = loop.oneShot(shortestPause, [this] {

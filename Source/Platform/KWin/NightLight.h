@@ -20,7 +20,8 @@ namespace nocta {
 
 /// KWin's night light in the hands of this program, over the session bus: its own course is stopped ("inhibited") for
 /// as long as a temperature is asked for here, and its preview shows that one. Both end with the program's connection
-/// to the bus, also when the program dies.
+/// to the bus, also when the program dies; unless it dies before KWin has come to its first question, after which its
+/// own course stays stopped.
 ///
 /// KWin moves to another temperature by itself, in steps of 50 K: in two seconds, and in a quarter of a second when it
 /// has been asked for one in the last fifteen. Whenever it is asked it shows a message on the screen. It does not
