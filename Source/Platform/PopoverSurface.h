@@ -34,8 +34,7 @@ class PopoverSurface {
     PopoverSurface& operator=(const PopoverSurface&) = delete;
     virtual ~PopoverSurface() = default;
 
-    /// What is around `anchor`, which is in device pixels as of `StatusItem::frame`; without one, around the corner of
-    /// the main screen.
+    /// What is around `anchor`, which is as of `StatusItem::frame`; without one, around the corner of the main screen.
     [[nodiscard]] virtual PopoverSurroundings surroundings(const std::optional<Rectangle>& anchor) const = 0;
     /// Whether the desktop blends this window with what is below it. Otherwise its transparent parts show black.
     [[nodiscard]] virtual bool isTranslucent() const = 0;

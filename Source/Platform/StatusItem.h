@@ -82,8 +82,8 @@ class StatusItem {
     /// loop.
     virtual void setMenu(std::vector<MenuEntry> entries) = 0;
 
-    /// Where the button is, in device pixels of the whole desktop; where only the place of its last click is known,
-    /// that point without extent; nothing where neither is known.
+    /// Where the button is, in pixels of the whole desktop, on X11 the device's, on Wayland logical ones; where only
+    /// the place of its last click is known, that point without extent; nothing where neither is known.
     [[nodiscard]] virtual std::optional<Rectangle> frame() const = 0;
 
     /// Whether the host draws the button into a window of its own, so that the press of every click on it is also one

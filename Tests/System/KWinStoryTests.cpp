@@ -290,5 +290,27 @@ TEST_F(PersonsKWinDayInPictures, AClickOnTheItemInThePanelOpensAndClosesThePopov
     }
 }
 
+TEST_F(PersonsKWinDayInPictures, AClickOnAnItemThatTellsItsPlaceOpensThePopoverThere) {
+    const Panel panel(PanelKind::waybar);
+    ASSERT_TRUE(panel.hasHost());
+    launch();
+    ASSERT_TRUE(escapeClosesThePopover());
+    const auto isLight = [this](const Point& point) { return (picture().at(point.x, point.y) & 255U) > 100; };
+    // The body is 560 high and by gap, arrow and half an item from the place. Its ground is light 440 below its top.
+    constexpr int distance = 1 + 9 + 12;
+    struct Click {
+        Point place;
+        int top;
+    };
+    for (const auto& click : {Click{.place = {.x = 640, .y = 15}, .top = 15 + distance},
+                              Click{.place = {.x = 1280 + 640, .y = 778}, .top = 778 - distance - 560}}) {
+        ASSERT_TRUE(activateItem(click.place));
+        EXPECT_TRUE(eventually([&] { return isLight({.x = click.place.x, .y = click.top + 440}); })) << click.top;
+        EXPECT_FALSE(isLight({.x = click.place.x + 340 / 2 + 30, .y = click.top + 440})) << click.top;
+        EXPECT_FALSE(isLight({.x = 1280 - 20, .y = click.top + 440})) << "where it stands without a place";
+        ASSERT_TRUE(escapeClosesThePopover());
+    }
+}
+
 } // namespace
 } // namespace nocta::test

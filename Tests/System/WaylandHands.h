@@ -73,6 +73,16 @@ class WaylandHands : protected Conversation {
         return eventually([&] { return (point = place(name)).has_value(); }) &&
                clickUntil(Point{.x = popoverWindow.x + point->x, .y = popoverWindow.y + point->y}, condition);
     }
+    /// A click on the item, as a panel tells of it that knows places on the desktop.
+    [[nodiscard]] bool activateItem(const Point& place) const {
+        const std::string script = "name=$(gdbus call --session --dest org.freedesktop.DBus --object-path / --method "
+                                   "org.freedesktop.DBus.ListNames | grep -o 'org.kde.StatusNotifierItem-" +
+                                   std::to_string(nocta->id()) +
+                                   "-[0-9]*') && gdbus call --session --dest $name --object-path /StatusNotifierItem "
+                                   "--method org.kde.StatusNotifierItem.Activate " +
+                                   std::to_string(place.x) + " " + std::to_string(place.y) + " >/dev/null";
+        return eventually([&] { return Process({"sh", "-c", script}).waitForEnd() == Ending{.exitStatus = 0}; });
+    }
     [[nodiscard]] bool escapeClosesThePopover() {
         return eventually([this] {
             pressEscape();

@@ -275,13 +275,7 @@ TEST_F(PersonsWaylandDay, AClickOnAnItemAtTheLowerEdgeOpensThePopoverAboveIt) {
         // above it.
         const Point item{.x = 1280 * screen + 640, .y = 780};
         constexpr int bottom = 780 - 1 - 9 - 12;
-        const std::string click = "name=$(gdbus call --session --dest org.freedesktop.DBus --object-path / --method "
-                                  "org.freedesktop.DBus.ListNames | grep -o 'org.kde.StatusNotifierItem-" +
-                                  std::to_string(nocta->id()) +
-                                  "-[0-9]*') && gdbus call --session --dest $name --object-path /StatusNotifierItem "
-                                  "--method org.kde.StatusNotifierItem.Activate " +
-                                  std::to_string(item.x) + " " + std::to_string(item.y);
-        ASSERT_TRUE(eventually([&] { return Process({"sh", "-c", click}).waitForEnd() == Ending{.exitStatus = 0}; }));
+        ASSERT_TRUE(activateItem(item));
         EXPECT_TRUE(eventually([&] { return isLight({.x = item.x, .y = bottom - 120}); })) << screen;
         EXPECT_FALSE(isLight({.x = item.x, .y = bottom - 560 - 20}));
         EXPECT_FALSE(isLight({.x = item.x + 340 / 2 + 20, .y = bottom - 120}));

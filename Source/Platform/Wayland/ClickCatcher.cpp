@@ -167,6 +167,9 @@ void ClickCatcher::listenTo(std::uint32_t seatName, std::uint32_t version) {
 
 void ClickCatcher::configure(const Veil& veil, std::uint32_t serial, std::uint32_t width, std::uint32_t height) const {
     zwlr_layer_surface_v1_ack_configure(veil.layer, serial);
+    if (width == 0 || height == 0) {
+        return;
+    }
     wp_viewport_set_destination(veil.viewport, static_cast<std::int32_t>(width), static_cast<std::int32_t>(height));
     wl_surface_attach(veil.surface, pixel, 0, 0);
     wl_surface_damage(veil.surface, 0, 0, static_cast<std::int32_t>(width), static_cast<std::int32_t>(height));

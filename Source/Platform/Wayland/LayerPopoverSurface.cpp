@@ -2,6 +2,7 @@
 
 #include "Platform/WaylandClient/WaylandClient.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -22,6 +23,8 @@ Rectangle toRectangle(const QRect& rectangle) {
 
 /// Half an item's height, where only a point in it is known.
 constexpr double halfItem = 12;
+/// Logical pixels. What panels above and below take of a screen, as far as that matters: on small screens.
+constexpr double heightOfPanels = 48;
 /// Logical pixels. No item is that wide.
 constexpr int widerThanItems = 100;
 
@@ -72,11 +75,13 @@ PopoverSurroundings LayerPopoverSurface::surroundings(const std::optional<Rectan
                                         .height = 2 * halfItem}};
         }
     }
-    // Of this only the distances to the corner count: the screen is the compositor's choice.
+    // Of this only the distances to the corner count, and the height: the screen is the compositor's choice.
     const auto* const screen = QGuiApplication::primaryScreen();
-    return {.workArea = screen != nullptr ? toRectangle(screen->geometry()) : Rectangle(),
-            .anchor = std::nullopt,
-            .panelSide = panelSide()};
+    auto area = screen != nullptr ? toRectangle(screen->geometry()) : Rectangle();
+    for (const auto* const each : QGuiApplication::screens()) {
+        area.height = std::min(area.height, toRectangle(each->geometry()).height - heightOfPanels);
+    }
+    return {.workArea = area, .anchor = std::nullopt, .panelSide = panelSide()};
 }
 
 bool LayerPopoverSurface::isTranslucent() const {
@@ -86,8 +91,12 @@ bool LayerPopoverSurface::isTranslucent() const {
 
 void LayerPopoverSurface::show(const PopoverSurroundings& surroundings, const Rectangle& frame, const Rectangle& body) {
     if (surface.isShown()) {
-        return;
+        if (frame == shownFrame) {
+            return;
+        }
+        surface.hide();
     }
+    shownFrame = frame;
     const auto pixels = [](double value) { return static_cast<int>(std::lround(value)); };
     const auto& area = surroundings.workArea;
     const bool isAtItem = surroundings.anchor.has_value();

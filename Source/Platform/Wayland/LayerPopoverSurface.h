@@ -41,6 +41,7 @@ class LayerPopoverSurface final : public PopoverSurface {
     std::function<Side()> panelSide;
     LayerShell shell;
     LayerSurface surface;
+    Rectangle shownFrame;                  ///< when it was shown last
     std::optional<ClickCatcher> elsewhere; ///< while it is shown
     std::function<void()> onDismissed;
     QObject context; // destroyed first: nothing is dismissed any more

@@ -55,7 +55,8 @@ WlrToplevelWorkspace::WlrToplevelWorkspace(RunLoop& loop, std::vector<std::files
                       }
                   },
               .onGlobalRemoved = [](std::uint32_t /*name*/) {},
-              // Whoever serves the displays ends the program.
+              // With the compositor the program ends. Where that ends this connection alone, the last application stays
+              // in front.
               .onLost = [] {}}) {
     if (!client.start()) {
         manager.reset();
