@@ -7,10 +7,10 @@
 #include "Core/FilterEngineInspector.h"
 #include "FreshPlatform.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <ranges>
 #include <string>
 #include <utility>
 #include <vector>
@@ -302,12 +302,11 @@ struct Model {
         if (!isOn) {
             return std::nullopt;
         }
-        for (const auto& [id, presetId] : profiles | std::views::reverse) {
-            if (id == last) {
-                if (const auto* preset = find(presetId)) {
-                    return Request{preset->colorTemp, preset->brightness, preset->transitionSecs};
-                }
-                break;
+        const auto profile =
+            std::find_if(profiles.rbegin(), profiles.rend(), [this](const auto& each) { return each.first == last; });
+        if (profile != profiles.rend()) {
+            if (const auto* preset = find(profile->second)) {
+                return Request{preset->colorTemp, preset->brightness, preset->transitionSecs};
             }
         }
         const auto* preset = find(active);

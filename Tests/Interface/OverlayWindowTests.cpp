@@ -119,7 +119,7 @@ class UnderAWindowManager : public OverlayDesktop, public testing::WithParamInte
 
     /// Whether the main screen is covered, also after a window manager has had the time for its say, or a moment
     /// later.
-    bool staysCovered() {
+    static bool staysCovered() {
         const auto isCovered = [] { return covers(mainArea) && isDark(pixel(200, 200)); };
         if (!runUntil(isCovered)) {
             return false;
@@ -298,7 +298,7 @@ TEST_F(OverlayDesktop, TheWindowMayEndInTheSkip) {
 
 class SkipKeys : public OverlayDesktop, public testing::WithParamInterface<const char*> {
   protected:
-    void settle() { runFor(std::chrono::milliseconds(600)); }
+    static void settle() { runFor(std::chrono::milliseconds(600)); }
 };
 
 TEST_P(SkipKeys, PressesTheButtonAfterTab) {
@@ -519,7 +519,7 @@ class LockedDesktop : public UnderAWindowManager {
         return grab && grab->status == XCB_GRAB_STATUS_ALREADY_GRABBED;
     }
 
-    bool staysLocked() {
+    static bool staysLocked() {
         for (int i = 0; i < 20; ++i) {
             runFor(std::chrono::milliseconds(20));
             if (pixel(0, 0) != lockColor || pixel(640, 450) != lockColor) {

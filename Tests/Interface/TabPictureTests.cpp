@@ -13,6 +13,7 @@
 #include "Support/Process.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <limits>
@@ -55,7 +56,7 @@ void prepareStats() {
 
 constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
 
-const Look looks[] = {
+const auto looks = std::to_array<Look>({
     {"schedule-off", "Schedule", [] {}},
     {"schedule-location", "Schedule",
      [] {
@@ -110,7 +111,7 @@ const Look looks[] = {
          state().breaksSkipped = 123456;
      },
      [] { state().exposureScore = 100; }},
-};
+});
 
 class TabPicture : public testing::TestWithParam<std::tuple<Look, ColorScheme, int>> {
   protected:

@@ -1,5 +1,6 @@
 // The whole program in a Wayland session.
 
+#include "Conversation.h"
 #include "WaylandDesktop.h"
 
 #include <csignal>
@@ -87,21 +88,42 @@ TEST_F(WaylandDesktop, WithoutGammaTablesItRunsOnAndServesThemWhenTheyCome) {
     EXPECT_TRUE(everyDisplayBecomes(dusk));
 }
 
-class WaylandDesktopWithoutGammaControl : public WaylandDesktop {
+class WaylandDesktopWithoutGammaControl : public WaylandDesktop, protected Conversation {
   protected:
     WaylandDesktopWithoutGammaControl() : WaylandDesktop(std::nullopt) {}
 };
 
 TEST_F(WaylandDesktopWithoutGammaControl, EverythingButTheFilterRuns) {
-    writeSettings("[General]\nactivePresetID=dusk\n");
-    const auto nocta = startDrivenNocta();
+    writeSettings("[General]\nactivePresetID=dusk\nbreaksEnabled=true\nbreakIntervalMinutes=1440\n"
+                  "breakDurationSeconds=3600\n");
+    nocta = startDrivenNocta();
+    const auto comes = [this](const std::string& name) {
+        return eventually([&] { return place(name).has_value(); }, std::chrono::seconds(30));
+    };
+    EXPECT_TRUE(comes("Quit Nocta")) << "the popover";
+    nocta->write("break\n");
+    EXPECT_TRUE(comes("Skip break"));
+    nocta->write("skip\n");
+    EXPECT_TRUE(eventually([this] { return !place("Skip break"); }));
+    EXPECT_TRUE(eventually([this] {
+        Process({"wtype", "-s", "100", "-k", "Escape", "-s", "50"}, environment()).waitForEnd();
+        return !place("Quit Nocta");
+    }));
+    const Process window({"foot", "--app-id=org.example.film", "sleep", "100"}, environment());
+    EXPECT_TRUE(eventually([this] {
+        Process question({"sh", "-c", "'" + (programFolder() / "noctactl").string() + "' get frontApplication >&2"},
+                         environment());
+        question.waitForEnd();
+        return question.errors() == "org.example.film\n";
+    }));
     nocta->write("preset evening\n");
     ASSERT_TRUE(eventually([this] { return settings().find("activePresetID=evening\n") != std::string::npos; }))
         << nocta->errors();
     EXPECT_TRUE(everyDisplayShows(std::nullopt));
+    const auto saidBefore = nocta->errors();
     nocta->signal(SIGTERM);
     EXPECT_EQ(nocta->waitForEnd(), cleanExit);
-    EXPECT_EQ(nocta->errors(), "");
+    EXPECT_EQ(nocta->errors(), saidBefore);
 }
 
 TEST_F(WaylandDesktop, AStaleXServerDoesNotConfuseIt) {
