@@ -265,7 +265,9 @@ void NightLight::ask() {
     }
     if (!holding) {
         holding = bus.asyncCall(method("inhibit"), std::numeric_limits<int>::max());
+        ++unanswered;
         whenAnswered(*holding, [this](const QDBusMessage& /*answer*/) {
+            --unanswered;
             if (wanted) {
                 ask();
             }

@@ -92,7 +92,7 @@ class NightLight {
 
     std::optional<std::uint32_t> wanted;     ///< in kelvin; nothing while KWin takes its own course
     std::optional<QDBusPendingCall> holding; ///< stops that course; the answer is the number by which KWin knows it
-    int unanswered = 0;                      ///< previews
+    int unanswered = 0;                      ///< questions that may move it
     std::uint32_t asked = 0;                 ///< in kelvin; what was wanted when KWin was asked last
     std::unique_ptr<Timer> pause;            ///< until KWin can have followed
     std::unique_ptr<Timer> arrival;          ///< until KWin ought to have come nearer
