@@ -16,6 +16,22 @@ std::uint16_t quantized(double level) {
 
 } // namespace
 
+void assign(GammaTables& tables, std::span<const float> red, std::span<const float> green,
+            std::span<const float> blue) {
+    if (!red.empty()) {
+        tables[0].assign(red.begin(), red.end());
+        tables[1].assign(green.begin(), green.end());
+        tables[2].assign(blue.begin(), blue.end());
+    }
+}
+
+void fillRamps(const GammaTables& tables, std::span<std::uint16_t> ramps) {
+    const auto size = ramps.size() / tables.size();
+    for (std::size_t channel = 0; channel < tables.size(); ++channel) {
+        fillRamp(tables[channel], ramps.subspan(channel * size, size));
+    }
+}
+
 void fillRamp(std::span<const float> table, std::span<std::uint16_t> ramp) {
     if (ramp.size() == table.size()) {
         std::ranges::transform(table, ramp.begin(), quantized);
@@ -28,7 +44,7 @@ void fillRamp(std::span<const float> table, std::span<std::uint16_t> ramp) {
         const auto above = std::min(below + 1, table.size() - 1);
         const auto lower = static_cast<double>(table[below]);
         const auto upper = static_cast<double>(table[above]);
-        // Twice as fast as std::lerp, whose care for overflow levels do not need.
+        // Faster than std::lerp, whose care for overflow levels do not need.
         ramp[i] = quantized(lower + (upper - lower) * (position - static_cast<double>(below)));
     }
 }

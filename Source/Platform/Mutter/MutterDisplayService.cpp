@@ -1,7 +1,5 @@
 #include "Platform/Mutter/MutterDisplayService.h"
 
-#include "Platform/Gamma/GammaRamp.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -79,12 +77,7 @@ void MutterDisplayService::load(DisplayID display, std::span<const float> red, s
 
 void MutterDisplayService::loadNewcomers(std::span<const float> red, std::span<const float> green,
                                          std::span<const float> blue) {
-    if (red.empty()) {
-        return;
-    }
-    tables[0].assign(red.begin(), red.end());
-    tables[1].assign(green.begin(), green.end());
-    tables[2].assign(blue.begin(), blue.end());
+    assign(tables, red, green, blue);
 }
 
 void MutterDisplayService::flush() {
@@ -394,10 +387,7 @@ void MutterDisplayService::makeSafe() {
 
 void MutterDisplayService::send(Crtc& crtc) {
     Ramps ramps(crtc.calibration.size());
-    const std::size_t size = ramps.size() / 3;
-    for (std::size_t channel = 0; channel < crtc.wanted.size(); ++channel) {
-        fillRamp(crtc.wanted[channel], std::span(ramps).subspan(channel * size, size));
-    }
+    fillRamps(crtc.wanted, ramps);
     crtc.isDirty = false;
     crtc.isUnderWay = true;
     config.sendRamps(serial, crtc.id, ramps,

@@ -3,6 +3,7 @@
 #include "Platform/Calibration/CalibrationRecord.h"
 #include "Platform/Calibration/GuardProcess.h"
 #include "Platform/DisplayService.h"
+#include "Platform/Gamma/GammaRamp.h"
 #include "Platform/Mutter/CalibrationFile.h"
 #include "Platform/Mutter/DisplayConfig.h"
 #include "Platform/RunLoop.h"
@@ -46,7 +47,6 @@ class MutterDisplayService final : public DisplayService {
 
   private:
     using Ramps = DisplayConfig::Ramps;
-    using Tables = std::array<std::vector<float>, 3>;
 
     struct Crtc {
         std::uint32_t id = 0;
@@ -55,7 +55,7 @@ class MutterDisplayService final : public DisplayService {
         bool isKnown = false;    ///< whether mutter has told its ramps since it came, or since the last restore
         Ramps calibration;       ///< as before the first tint; empty while unknown, and where it has no gamma ramp
         bool isSafe = false;     ///< whether guard and file have the calibration
-        Tables wanted;           ///< last loaded; empty where nothing was
+        GammaTables wanted;      ///< last loaded; empty where nothing was
         bool isDirty = false;    ///< whether `wanted` has not been sent yet
         bool isUnderWay = false; ///< whether mutter has not answered the last one sent
         std::optional<std::uint32_t> refusedSerial; ///< with which it refused: left alone until there is another
@@ -95,7 +95,7 @@ class MutterDisplayService final : public DisplayService {
     std::uint32_t serial = 0;
     std::vector<Crtc> crtcs;
     /// As last handed over for any display, for one that appears; empty when nothing is to be loaded.
-    Tables tables;
+    GammaTables tables;
     std::size_t questions = 0;       ///< for ramps, that mutter has not answered
     std::uint64_t questionRound = 0; ///< answers to those of an earlier one count no more
     bool isRefreshing = false;

@@ -1,7 +1,5 @@
 #include "Platform/Wayland/WlrGammaDisplayService.h"
 
-#include "Platform/Gamma/GammaRamp.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -68,7 +66,7 @@ struct WlrGammaDisplayService::Output {
     bool hasMode = false;
     Control control{nullptr, &zwlr_gamma_control_v1_destroy}; ///< asked for, or granted
     std::size_t size = 0;                                     ///< entries a channel; 0 until the control is granted
-    Tables tables{};                                          ///< what it shows; empty when it has its own
+    GammaTables tables{};                                     ///< what it shows; empty when it has its own
     bool isOutdated = false;                                  ///< the compositor has other tables
     Seconds retryDelay = firstRetry;
     /// Without a control: asks again. With one: forgets the refusals before it.
@@ -133,12 +131,7 @@ void WlrGammaDisplayService::load(DisplayID display, std::span<const float> red,
 
 void WlrGammaDisplayService::loadNewcomers(std::span<const float> red, std::span<const float> green,
                                            std::span<const float> blue) {
-    if (red.empty()) {
-        return;
-    }
-    tables[0].assign(red.begin(), red.end());
-    tables[1].assign(green.begin(), green.end());
-    tables[2].assign(blue.begin(), blue.end());
+    assign(tables, red, green, blue);
 }
 
 void WlrGammaDisplayService::flush() {
@@ -298,7 +291,7 @@ void WlrGammaDisplayService::refuse(Output& output) {
     client->send();
 }
 
-void WlrGammaDisplayService::show(Output& output, const Tables& shown) {
+void WlrGammaDisplayService::show(Output& output, const GammaTables& shown) {
     output.tables = shown;
     output.isOutdated = true;
     ask(output);
@@ -337,9 +330,7 @@ bool WlrGammaDisplayService::sendTable(Output& output) {
     if (ramps.size() != 3 * output.size || tablesInRamps != output.tables) {
         ramps.resize(3 * output.size);
         tablesInRamps = output.tables;
-        for (std::size_t channel = 0; channel < output.tables.size(); ++channel) {
-            fillRamp(output.tables[channel], std::span(ramps).subspan(channel * output.size, output.size));
-        }
+        fillRamps(output.tables, ramps);
     }
     // A file of its own for each table: the compositor reads it when it gets to it, and from where its last reader
     // ended.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/DisplayService.h"
+#include "Platform/Gamma/GammaRamp.h"
 #include "Platform/RunLoop.h"
 #include "Platform/WaylandClient/WaylandClient.h"
 
@@ -49,7 +50,6 @@ class WlrGammaDisplayService final : public DisplayService {
     [[nodiscard]] std::vector<DisplayDescription> describe() override;
 
   private:
-    using Tables = std::array<std::vector<float>, 3>;
     using Manager = std::unique_ptr<zwlr_gamma_control_manager_v1, void (*)(zwlr_gamma_control_manager_v1*)>;
     using Control = std::unique_ptr<zwlr_gamma_control_v1, void (*)(zwlr_gamma_control_v1*)>;
     struct Output;
@@ -69,7 +69,7 @@ class WlrGammaDisplayService final : public DisplayService {
     void grant(Output& output, std::size_t size);
     /// Gives up the control and asks again some time later.
     void refuse(Output& output);
-    void show(Output& output, const Tables& shown);
+    void show(Output& output, const GammaTables& shown);
     void modeChanged(Output& output);
     /// Sends what is not sent yet, as far as the compositor keeps up.
     void sendTables();
@@ -81,13 +81,13 @@ class WlrGammaDisplayService final : public DisplayService {
     Manager manager;
     std::list<Output> outputs; ///< in the order in which the compositor named them
     /// As last handed over for any display, for one that appears; empty when nothing is to be loaded.
-    Tables tables;
+    GammaTables tables;
     std::size_t tablesUnderWay = 0; ///< sent, and not known to be taken by the compositor
     bool isWaitingForReceipt = false;
     Seconds reconnectDelay;
     std::unique_ptr<Timer> reconnecting;
     std::vector<std::uint16_t> ramps; ///< as last sent to any display
-    Tables tablesInRamps;
+    GammaTables tablesInRamps;
     bool available;
 };
 

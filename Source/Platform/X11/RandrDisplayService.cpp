@@ -1,6 +1,5 @@
 #include "Platform/X11/RandrDisplayService.h"
 
-#include "Platform/Gamma/GammaRamp.h"
 #include "Platform/X11/ClientMark.h"
 
 #include <algorithm>
@@ -61,12 +60,7 @@ void RandrDisplayService::load(DisplayID display, std::span<const float> red, st
 
 void RandrDisplayService::loadNewcomers(std::span<const float> red, std::span<const float> green,
                                         std::span<const float> blue) {
-    if (red.empty()) {
-        return;
-    }
-    tables[0].assign(red.begin(), red.end());
-    tables[1].assign(green.begin(), green.end());
-    tables[2].assign(blue.begin(), blue.end());
+    assign(tables, red, green, blue);
 }
 
 void RandrDisplayService::flush() {
@@ -241,9 +235,7 @@ void RandrDisplayService::reloadTables() {
 
 void RandrDisplayService::fill(Crtc& crtc) const {
     crtc.loaded.resize(3 * crtc.size);
-    for (std::size_t channel = 0; channel < tables.size(); ++channel) {
-        fillRamp(tables[channel], std::span(crtc.loaded).subspan(channel * crtc.size, crtc.size));
-    }
+    fillRamps(tables, crtc.loaded);
 }
 
 void RandrDisplayService::handleEvents() {

@@ -2,6 +2,7 @@
 
 #include "Platform/Calibration/GuardProcess.h"
 #include "Platform/DisplayService.h"
+#include "Platform/Gamma/GammaRamp.h"
 #include "Platform/RunLoop.h"
 #include "Platform/X11/CalibrationProperty.h"
 #include "Platform/X11/XConnection.h"
@@ -83,7 +84,7 @@ class RandrDisplayService final : public DisplayService {
     std::vector<Crtc> crtcs;
     /// Red, green and blue as last handed over for any display, for one that appears; empty when nothing is to be
     /// loaded.
-    std::array<std::vector<float>, 3> tables;
+    GammaTables tables;
     std::unique_ptr<RunLoopSource> eventWatch;
     bool hasChanged = false;
     std::unique_ptr<Timer> changeCheck;
