@@ -17,7 +17,6 @@
 
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -217,18 +216,11 @@ void idleFigures(const std::string& desktop, Session& session, int seconds) {
     end(*nocta);
 }
 
-int number(std::span<char*> arguments, std::size_t index, int otherwise) {
-    return arguments.size() > index ? std::atoi(arguments[index]) : otherwise;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
     try {
-        const std::span arguments(argv, static_cast<std::size_t>(argc));
-        const int idleSeconds = number(arguments, 1, 300);
-        const int openings = number(arguments, 2, 100);
-        const int launches = number(arguments, 3, 10);
+        const auto [idleSeconds, openings, launches] = Extent::of(std::span(argv, static_cast<std::size_t>(argc)));
         if (launches > 0) {
             launchFiguresOnSway(launches);
             launchFiguresOnKWin(launches);

@@ -5,6 +5,8 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <span>
 #include <string>
 #include <thread>
 #include <utility>
@@ -22,6 +24,25 @@ inline constexpr const char* everythingOn =
     "manualSunrise=21600\nmanualSunset=64800\nbreaksEnabled=true\n"
     "breakIntervalMinutes=30\nbreakDurationSeconds=20\nshowMenuBarScore=true\n"
     "appProfiles=\"@ByteArray({\\\"reader\\\":\\\"sleep\\\"})\"\n";
+
+/// How much is measured; 0 leaves a part out.
+struct Extent {
+    int idleSeconds = 300;
+    int openings = 100;
+    int launches = 10;
+
+    /// As the arguments of a program say, in that order, where they do.
+    static Extent of(std::span<char*> arguments) {
+        Extent extent;
+        std::size_t next = 1;
+        for (int* part : {&extent.idleSeconds, &extent.openings, &extent.launches}) {
+            if (next < arguments.size()) {
+                *part = std::atoi(arguments[next++]);
+            }
+        }
+        return extent;
+    }
+};
 
 inline void printMemory(const std::string& what, const std::vector<pid_t>& processes) {
     long dirty = 0;
