@@ -49,14 +49,14 @@ BusNameOwner::BusNameOwner(const QString& name, std::function<void()> onChange) 
 
 BusNameOwner::~BusNameOwner() = default;
 
-bool BusNameOwner::exists(const QString& name) {
+QString BusNameOwner::find(const QString& name) {
     if (!isSessionBusNamed()) {
-        return false;
+        return {};
     }
     constexpr int patience = 1000; // milliseconds
-    const QDBusReply<bool> reply =
-        QDBusConnection::sessionBus().call(question(QStringLiteral("NameHasOwner"), name), QDBus::Block, patience);
-    return reply.isValid() && reply.value();
+    const QDBusReply<QString> reply =
+        QDBusConnection::sessionBus().call(question(QStringLiteral("GetNameOwner"), name), QDBus::Block, patience);
+    return reply.isValid() ? reply.value() : QString();
 }
 
 void BusNameOwner::become(const QString& newOwner) {

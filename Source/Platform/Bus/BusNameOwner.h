@@ -21,8 +21,9 @@ class BusNameOwner {
     /// The name on the bus that is its own and no other program's; empty where nobody is known to have the name.
     [[nodiscard]] const QString& get() const { return owner; }
 
-    /// Whether somebody has it at the moment. Waits for the bus, though not for long.
-    [[nodiscard]] static bool exists(const QString& name);
+    /// The unique name of the program that has `name` at the moment; empty if there is none. Waits for the bus, for a
+    /// second at most. A peer's unique name comes from here: newer releases of Qt leave the sender of a reply empty.
+    [[nodiscard]] static QString find(const QString& name);
 
   private:
     void become(const QString& newOwner);

@@ -148,10 +148,20 @@ class GeoClueLocationService::Client {
         // Answered only once the session has an agent.
         ask(call(managerPath, managerInterface, QStringLiteral("GetClient")), QStringLiteral("o"),
             [this](const QDBusMessage& answer) {
-                service = answer.service();
-                clientPath = answer.arguments().constFirst().value<QDBusObjectPath>().path();
-                startClient();
+                findService(answer.arguments().constFirst().value<QDBusObjectPath>().path());
             });
+    }
+
+    void findService(const QString& path) {
+        auto question = QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetNameOwner"));
+        question << serviceName;
+        ask(question, QStringLiteral("s"), [this, path](const QDBusMessage& answer) {
+            service = answer.arguments().constFirst().toString();
+            clientPath = path;
+            startClient();
+        });
     }
 
     void startClient() {

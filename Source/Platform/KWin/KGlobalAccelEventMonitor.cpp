@@ -127,7 +127,8 @@ class KGlobalAccelEventMonitor::Action {
 KGlobalAccelEventMonitor::KGlobalAccelEventMonitor()
     // Elsewhere KGlobalAccel is a program of its own, which on Wayland sees no keys.
     : available(!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
-                BusNameOwner::exists(QStringLiteral("org.kde.KWin")) && BusNameOwner::exists(serviceName)) {}
+                !BusNameOwner::find(QStringLiteral("org.kde.KWin")).isEmpty() &&
+                !BusNameOwner::find(serviceName).isEmpty()) {}
 
 KGlobalAccelEventMonitor::~KGlobalAccelEventMonitor() = default;
 

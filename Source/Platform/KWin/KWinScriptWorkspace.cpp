@@ -190,7 +190,7 @@ KWinScriptWorkspace::KWinScriptWorkspace(RunLoop& loop, std::vector<std::filesys
                  },
              .onLastObserver = [this] { script.reset(); }}),
       // On X11 KWin has the same name, and other ways are simpler.
-      available(!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && BusNameOwner::exists(kwinName)) {}
+      available(!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && !BusNameOwner::find(kwinName).isEmpty()) {}
 
 KWinScriptWorkspace::~KWinScriptWorkspace() = default;
 

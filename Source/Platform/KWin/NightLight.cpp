@@ -1,5 +1,6 @@
 #include "Platform/KWin/NightLight.h"
 
+#include "Platform/Bus/BusNameOwner.h"
 #include "Platform/Bus/SessionBusName.h"
 #include "Platform/KWin/NightTint.h"
 
@@ -56,6 +57,10 @@ NightLight::NightLight(RunLoop& loop) : loop(loop), bus(QString()), context(std:
     }
     bus = QDBusConnection::sessionBus();
     for (const auto& each : dialects) {
+        owner = BusNameOwner::find(QLatin1String(each.service));
+        if (owner.isEmpty()) {
+            continue;
+        }
         const auto listen = [&](auto function) {
             (changes.*function)(bus, QLatin1String(each.path), propertiesInterface,
                                 QStringLiteral("PropertiesChanged"));
@@ -65,17 +70,25 @@ NightLight::NightLight(RunLoop& loop) : loop(loop), bus(QString()), context(std:
         const auto answer = bus.call(propertiesOf(each), QDBus::Block, patience);
         if (areProperties(answer)) {
             dialect = &each;
-            owner = answer.service();
             take(qdbus_cast<QVariantMap>(answer.arguments().constFirst()));
             break;
         }
         listen(&SignalReceiver::ignore);
+        owner.clear();
     }
     if (dialect != nullptr) {
         watcher.setConnection(bus);
+        watcher.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
         watcher.addWatchedService(QLatin1String(dialect->service));
-        QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, &changes, [this] { didAppear(); });
-        QObject::connect(&watcher, &QDBusServiceWatcher::serviceUnregistered, &changes, [this] { didVanish(); });
+        QObject::connect(&watcher, &QDBusServiceWatcher::serviceOwnerChanged, &changes,
+                         [this](const QString& /*service*/, const QString& before, const QString& now) {
+                             if (!before.isEmpty()) {
+                                 didVanish();
+                             }
+                             if (!now.isEmpty()) {
+                                 didAppear(now);
+                             }
+                         });
     }
 }
 
@@ -211,12 +224,12 @@ void NightLight::take(const QVariantMap& properties) {
     supported = properties.value(QStringLiteral("available"), supported).toBool();
 }
 
-void NightLight::didAppear() {
-    whenAnswered(bus.asyncCall(propertiesOf(*dialect), patience), [this](const QDBusMessage& answer) {
+void NightLight::didAppear(const QString& name) {
+    whenAnswered(bus.asyncCall(propertiesOf(*dialect), patience), [this, name](const QDBusMessage& answer) {
         if (!areProperties(answer)) {
             return;
         }
-        owner = answer.service();
+        owner = name;
         take(qdbus_cast<QVariantMap>(answer.arguments().constFirst()));
         if (wanted) {
             ask();

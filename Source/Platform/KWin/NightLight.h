@@ -70,7 +70,8 @@ class NightLight {
 
     void propertiesDidChange(const QDBusMessage& message);
     void take(const QVariantMap& properties);
-    void didAppear();
+    /// KWin is there, with that unique name on the bus.
+    void didAppear(const QString& name);
     void didVanish();
 
     /// How far that is from what is wanted, in kelvin.
