@@ -21,7 +21,6 @@
 
 enum { most_outputs = 64 };
 
-static bool (*commit_headless)(struct wlr_output *output);
 static struct wlr_output *outputs[most_outputs];
 static int output_count;
 
@@ -45,7 +44,7 @@ static size_t gamma_size(struct wlr_output *output) {
     return size;
 }
 
-static void record(const struct wlr_output *output) {
+static void record(const struct wlr_output *output, const struct wlr_output_state *state) {
     char path[512];
     char unfinished[520];
     snprintf(path, sizeof path, "%s/%s", folder(), output->name);
@@ -54,10 +53,36 @@ static void record(const struct wlr_output *output) {
     if (file == NULL) {
         return;
     }
-    fwrite(output->pending.gamma_lut, sizeof(uint16_t), 3 * output->pending.gamma_lut_size, file);
+    fwrite(state->gamma_lut, sizeof(uint16_t), 3 * state->gamma_lut_size, file);
     fclose(file);
     rename(unfinished, path);
 }
+
+#ifdef NOCTA_WLROOTS_HANDS_STATES
+static bool (*commit_headless)(struct wlr_output *output, const struct wlr_output_state *state);
+static bool (*test_headless)(struct wlr_output *output, const struct wlr_output_state *state);
+
+static struct wlr_output_state without_gamma(const struct wlr_output_state *state) {
+    struct wlr_output_state rest = *state;
+    rest.committed &= ~(uint32_t)WLR_OUTPUT_STATE_GAMMA_LUT;
+    return rest;
+}
+
+static bool test(struct wlr_output *output, const struct wlr_output_state *state) {
+    const struct wlr_output_state rest = without_gamma(state);
+    return test_headless == NULL || test_headless(output, &rest);
+}
+
+static bool commit(struct wlr_output *output, const struct wlr_output_state *state) {
+    const struct wlr_output_state rest = without_gamma(state);
+    const bool succeeded = commit_headless(output, &rest);
+    if (succeeded && (state->committed & WLR_OUTPUT_STATE_GAMMA_LUT) != 0) {
+        record(output, state);
+    }
+    return succeeded;
+}
+#else
+static bool (*commit_headless)(struct wlr_output *output);
 
 static bool commit(struct wlr_output *output) {
     const uint32_t ours = WLR_OUTPUT_STATE_GAMMA_LUT | WLR_OUTPUT_STATE_ENABLED;
@@ -69,10 +94,11 @@ static bool commit(struct wlr_output *output) {
         wlr_output_update_enabled(output, output->pending.enabled);
     }
     if (succeeded && (taken & WLR_OUTPUT_STATE_GAMMA_LUT) != 0) {
-        record(output);
+        record(output, &output->pending);
     }
     return succeeded;
 }
+#endif
 
 static int pull_out(int signal_number, void *data) {
     (void)signal_number;
@@ -102,6 +128,10 @@ static void give_gamma(const struct wlr_output_impl *implementation) {
     struct wlr_output_impl *writable = (struct wlr_output_impl *)implementation;
     commit_headless = writable->commit;
     writable->commit = commit;
+#ifdef NOCTA_WLROOTS_HANDS_STATES
+    test_headless = writable->test;
+    writable->test = test;
+#endif
     writable->get_gamma_size = gamma_size;
 }
 
@@ -116,6 +146,29 @@ struct wlr_gamma_control_manager_v1 *wlr_gamma_control_manager_v1_create(struct 
     return create(display);
 }
 
+static void did_init(struct wlr_output *output, struct wl_event_loop *loop) {
+    if (output_count == 0) {
+        wl_event_loop_add_signal(loop, SIGUSR1, pull_out, NULL);
+    }
+    if (output_count < most_outputs) {
+        outputs[output_count++] = output;
+    }
+}
+
+#ifdef NOCTA_WLROOTS_HANDS_STATES
+void wlr_output_init(struct wlr_output *output, struct wlr_backend *backend,
+                     const struct wlr_output_impl *implementation, struct wl_event_loop *loop,
+                     const struct wlr_output_state *state) {
+    if (implementation->get_gamma_size == NULL) {
+        give_gamma(implementation);
+    }
+    void (*init)(struct wlr_output *, struct wlr_backend *, const struct wlr_output_impl *, struct wl_event_loop *,
+                 const struct wlr_output_state *);
+    *(void **)&init = dlsym(RTLD_NEXT, "wlr_output_init");
+    init(output, backend, implementation, loop, state);
+    did_init(output, loop);
+}
+#else
 void wlr_output_init(struct wlr_output *output, struct wlr_backend *backend,
                      const struct wlr_output_impl *implementation, struct wl_display *display) {
     if (implementation->get_gamma_size == NULL) {
@@ -124,10 +177,6 @@ void wlr_output_init(struct wlr_output *output, struct wlr_backend *backend,
     void (*init)(struct wlr_output *, struct wlr_backend *, const struct wlr_output_impl *, struct wl_display *);
     *(void **)&init = dlsym(RTLD_NEXT, "wlr_output_init");
     init(output, backend, implementation, display);
-    if (output_count == 0) {
-        wl_event_loop_add_signal(wl_display_get_event_loop(display), SIGUSR1, pull_out, NULL);
-    }
-    if (output_count < most_outputs) {
-        outputs[output_count++] = output;
-    }
+    did_init(output, wl_display_get_event_loop(display));
 }
+#endif

@@ -28,24 +28,33 @@ struct Outputs {
     std::list<Device> devices{};
 };
 
-const kde_output_device_v2_listener deviceListener{
-    .geometry = [](void*, kde_output_device_v2*, std::int32_t, std::int32_t, std::int32_t, std::int32_t, std::int32_t,
-                   const char*, const char*, std::int32_t) {},
-    .current_mode = [](void*, kde_output_device_v2*, kde_output_device_mode_v2*) {},
-    .mode = [](void* data, kde_output_device_v2*,
-               kde_output_device_mode_v2* mode) { static_cast<Device*>(data)->modes.push_back(mode); },
-    .done = [](void*, kde_output_device_v2*) {},
-    .scale = [](void*, kde_output_device_v2*, wl_fixed_t) {},
-    .edid = [](void*, kde_output_device_v2*, const char*) {},
-    .enabled = [](void*, kde_output_device_v2*, std::int32_t) {},
-    .uuid = [](void*, kde_output_device_v2*, const char*) {},
-    .serial_number = [](void*, kde_output_device_v2*, const char*) {},
-    .eisa_id = [](void*, kde_output_device_v2*, const char*) {},
-    .capabilities = [](void*, kde_output_device_v2*, std::uint32_t) {},
-    .overscan = [](void*, kde_output_device_v2*, std::uint32_t) {},
-    .vrr_policy = [](void*, kde_output_device_v2*, std::uint32_t) {},
-    .rgb_range = [](void*, kde_output_device_v2*, std::uint32_t) {},
-    .name = [](void* data, kde_output_device_v2*, const char* name) { static_cast<Device*>(data)->name = name; }};
+/// For what version 2 tells; descriptions of newer ones have more, which KWin does not send to it.
+kde_output_device_v2_listener listenerOfVersion2() {
+    kde_output_device_v2_listener listener{};
+    listener.geometry = [](void*, kde_output_device_v2*, std::int32_t, std::int32_t, std::int32_t, std::int32_t,
+                           std::int32_t, const char*, const char*, std::int32_t) {};
+    listener.current_mode = [](void*, kde_output_device_v2*, kde_output_device_mode_v2*) {};
+    listener.mode = [](void* data, kde_output_device_v2*, kde_output_device_mode_v2* mode) {
+        static_cast<Device*>(data)->modes.push_back(mode);
+    };
+    listener.done = [](void*, kde_output_device_v2*) {};
+    listener.scale = [](void*, kde_output_device_v2*, wl_fixed_t) {};
+    listener.edid = [](void*, kde_output_device_v2*, const char*) {};
+    listener.enabled = [](void*, kde_output_device_v2*, std::int32_t) {};
+    listener.uuid = [](void*, kde_output_device_v2*, const char*) {};
+    listener.serial_number = [](void*, kde_output_device_v2*, const char*) {};
+    listener.eisa_id = [](void*, kde_output_device_v2*, const char*) {};
+    listener.capabilities = [](void*, kde_output_device_v2*, std::uint32_t) {};
+    listener.overscan = [](void*, kde_output_device_v2*, std::uint32_t) {};
+    listener.vrr_policy = [](void*, kde_output_device_v2*, std::uint32_t) {};
+    listener.rgb_range = [](void*, kde_output_device_v2*, std::uint32_t) {};
+    listener.name = [](void* data, kde_output_device_v2*, const char* name) {
+        static_cast<Device*>(data)->name = name;
+    };
+    return listener;
+}
+
+const kde_output_device_v2_listener deviceListener = listenerOfVersion2();
 
 const wl_registry_listener registryListener{
     .global =
