@@ -13,9 +13,11 @@ namespace nocta::test {
 
 ColoursOfKWin::ColoursOfKWin() {
     for (const auto& folder : std::filesystem::directory_iterator("/usr/lib")) {
-        const auto library = folder.path() / "libkwin.so.5";
-        if (std::filesystem::exists(library)) {
-            read(library);
+        for (const auto* const name : {"libkwin.so.5", "libkwin.so.6"}) {
+            const auto library = folder.path() / name;
+            if (std::filesystem::exists(library)) {
+                read(library);
+            }
         }
     }
     if (colours.empty()) {

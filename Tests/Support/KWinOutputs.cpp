@@ -74,9 +74,15 @@ const wl_registry_listener registryListener{
 /// Whether a configuration took effect; nothing until it is known.
 using Outcome = std::optional<bool>;
 
-const kde_output_configuration_v2_listener configurationListener{
-    .applied = [](void* data, kde_output_configuration_v2*) { *static_cast<Outcome*>(data) = true; },
-    .failed = [](void* data, kde_output_configuration_v2*) { *static_cast<Outcome*>(data) = false; }};
+/// For what version 1 tells.
+kde_output_configuration_v2_listener configurationListenerOfVersion1() {
+    kde_output_configuration_v2_listener listener{};
+    listener.applied = [](void* data, kde_output_configuration_v2*) { *static_cast<Outcome*>(data) = true; };
+    listener.failed = [](void* data, kde_output_configuration_v2*) { *static_cast<Outcome*>(data) = false; };
+    return listener;
+}
+
+const kde_output_configuration_v2_listener configurationListener = configurationListenerOfVersion1();
 
 } // namespace
 
