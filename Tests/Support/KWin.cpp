@@ -1,6 +1,8 @@
 #include "Support/KWin.h"
 
+#include "Platform/X11/XConnection.h"
 #include "Support/Eventually.h"
+#include "Support/XServer.h"
 
 #include <algorithm>
 #include <chrono>
@@ -12,7 +14,6 @@
 #include <vector>
 
 #include <dbus/dbus.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace nocta::test {
@@ -61,10 +62,71 @@ Message ask(DBusConnection& connection, DBusMessage& question) {
     return Message(dbus_connection_send_with_reply_and_block(&connection, &question, patience, nullptr));
 }
 
+/// What a release of KWin calls its night light on the bus.
+struct NightLight {
+    const char* service;
+    const char* path;
+    const char* interface;
+};
+constexpr std::array<NightLight, 2> nightLights{
+    {{.service = "org.kde.KWin.NightLight",
+      .path = "/org/kde/KWin/NightLight",
+      .interface = "org.kde.KWin.NightLight"},                                                               // Plasma 6
+     {.service = "org.kde.NightColor", .path = "/ColorCorrect", .interface = "org.kde.kwin.ColorCorrect"}}}; // Plasma 5
+
 } // namespace
 
+/// An X server whose windows are KWin's outputs. KWin offers pictures of its own only where there is a graphics card.
+struct KWin::Screens {
+    /// In pixels.
+    static constexpr int width = 1280;
+    static constexpr int height = 800;
+    /// The server has no room for more beside each other.
+    static constexpr int columns = 3;
+
+    explicit Screens(int count) : count(count) {
+        const auto right = static_cast<std::uint16_t>(width * std::min(count, columns));
+        const auto bottom = static_cast<std::uint16_t>(height * (1 + (count - 1) / columns));
+        xcb_randr_set_screen_size(connection.get(), connection.root(), right, bottom, right / 4, bottom / 4);
+        connection.synchronize();
+    }
+
+    /// Where a place of the desktop is on the server.
+    [[nodiscard]] static Point place(const Point& desktop) {
+        const int number = desktop.x / width;
+        return {.x = number % columns * width + desktop.x % width, .y = number / columns * height + desktop.y};
+    }
+
+    /// Puts KWin's windows beside each other. Returns whether all of them are there.
+    [[nodiscard]] bool arrange() const {
+        const XReply<xcb_query_tree_reply_t> tree(
+            xcb_query_tree_reply(connection.get(), xcb_query_tree(connection.get(), connection.root()), nullptr));
+        if (!tree || static_cast<int>(tree->children_len) != count) {
+            return false;
+        }
+        std::vector<xcb_window_t> windows(xcb_query_tree_children(tree.get()),
+                                          xcb_query_tree_children(tree.get()) + tree->children_len);
+        // The server knows them by numbers that rise.
+        std::ranges::sort(windows);
+        for (int i = 0; i < count; ++i) {
+            const auto [x, y] = place({.x = width * i, .y = 0});
+            const std::array<std::uint32_t, 2> values{static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)};
+            xcb_configure_window(connection.get(), windows[static_cast<std::size_t>(i)],
+                                 XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, values.data());
+        }
+        connection.synchronize();
+        return true;
+    }
+
+    XServer server;
+    XConnection connection;
+    int count;
+};
+
 KWin::KWin(std::size_t outputs, Drawing drawing)
-    : outputs(outputs), drawing(drawing), waylandSocket(makeFolder(folder.path() / "runtime") / "wayland-0") {
+    : outputs(outputs),
+      screens(drawing == Drawing::pictured ? std::make_unique<Screens>(static_cast<int>(outputs)) : nullptr),
+      waylandSocket(makeFolder(folder.path() / "runtime") / "wayland-0") {
     makeFolder(folder.path() / "home");
     copyProgram(folder.path());
     start();
@@ -94,9 +156,14 @@ void KWin::start() {
         // With it KWin would have the processor before all others, and some at a time have it for good.
         arguments = {"setpriv", "--bounding-set=-sys_nice"};
     }
-    arguments.insert(arguments.end(), {folder.path() / "kwin_wayland", "--virtual", "--width", "1280", "--height",
-                                       "800", "--output-count", std::to_string(outputs), "--no-lockscreen", "--socket",
-                                       waylandSocket.filename()});
+    arguments.push_back(folder.path() / "kwin_wayland");
+    if (screens) {
+        arguments.insert(arguments.end(), {"--x11-display", screens->server.display()});
+    } else {
+        arguments.push_back("--virtual");
+    }
+    arguments.insert(arguments.end(), {"--width", "1280", "--height", "800", "--output-count", std::to_string(outputs),
+                                       "--no-lockscreen", "--socket", waylandSocket.filename()});
     process = std::make_unique<Process>(std::move(arguments),
                                         Process::Environment{{"HOME", home},
                                                              {"XDG_RUNTIME_DIR", waylandSocket.parent_path()},
@@ -105,18 +172,17 @@ void KWin::start() {
                                                              {"XDG_DATA_HOME", ""},
                                                              {"XDG_STATE_HOME", ""},
                                                              {"XDG_CURRENT_DESKTOP", "KDE"},
-                                                             {"KWIN_COMPOSE", drawing == Drawing::simple ? "Q" : "O2"},
+                                                             {"KWIN_COMPOSE", "Q"}, // at the least cost
                                                              // For programs that no desktop has installed.
                                                              {"KWIN_WAYLAND_NO_PERMISSION_CHECKS", "1"},
-                                                             {"KWIN_SCREENSHOT_NO_PERMISSION_CHECKS", "1"},
-                                                             {"LIBGL_ALWAYS_SOFTWARE", "1"},
                                                              {"QT_QPA_PLATFORM", ""},
                                                              {"QT_PLUGIN_PATH", ""},
                                                              {"DISPLAY", ""},
                                                              {"WAYLAND_DISPLAY", ""}});
     // Of what it has on the bus it names this last, and answers for it in its own loop.
-    const bool hasStarted = eventually([this] { return std::filesystem::exists(waylandSocket) && temperature(); },
-                                       std::chrono::seconds(30));
+    const bool hasStarted = eventually(
+        [this] { return std::filesystem::exists(waylandSocket) && temperature() && (!screens || screens->arrange()); },
+        std::chrono::seconds(30));
     if (!hasStarted) {
         throw std::runtime_error("no kwin_wayland: " + process->errors());
     }
@@ -127,51 +193,60 @@ std::optional<std::uint32_t> KWin::temperature() const {
     if (!connection) {
         return std::nullopt;
     }
-    const Message question(
-        dbus_message_new_method_call("org.kde.NightColor", "/ColorCorrect", "org.freedesktop.DBus.Properties", "Get"));
-    const char* interface = "org.kde.kwin.ColorCorrect";
-    const char* property = "currentTemperature";
-    dbus_message_append_args(question.get(), DBUS_TYPE_STRING, &interface, DBUS_TYPE_STRING, &property,
-                             DBUS_TYPE_INVALID);
-    const Message answer = ask(*connection, *question);
-    DBusMessageIter value;
-    if (!answer || dbus_message_iter_init(answer.get(), &value) == 0) {
-        return std::nullopt;
+    for (const auto& nightLight : nightLights) {
+        if (dbus_bus_name_has_owner(connection.get(), nightLight.service, nullptr) == 0) {
+            continue;
+        }
+        const Message question(dbus_message_new_method_call(nightLight.service, nightLight.path,
+                                                            "org.freedesktop.DBus.Properties", "Get"));
+        const char* property = "currentTemperature";
+        dbus_message_append_args(question.get(), DBUS_TYPE_STRING, &nightLight.interface, DBUS_TYPE_STRING, &property,
+                                 DBUS_TYPE_INVALID);
+        const Message answer = ask(*connection, *question);
+        DBusMessageIter value;
+        if (!answer || dbus_message_iter_init(answer.get(), &value) == 0) {
+            continue;
+        }
+        DBusMessageIter content;
+        dbus_message_iter_recurse(&value, &content);
+        std::uint32_t kelvin = 0;
+        dbus_message_iter_get_basic(&content, &kelvin);
+        return kelvin;
     }
-    DBusMessageIter content;
-    dbus_message_iter_recurse(&value, &content);
-    std::uint32_t kelvin = 0;
-    dbus_message_iter_get_basic(&content, &kelvin);
-    return kelvin;
+    return std::nullopt;
+}
+
+void KWin::preview(std::uint32_t kelvin) const {
+    const auto connection = connectTo(sessionBus.address());
+    const bool isDone = connection && std::ranges::any_of(nightLights, [&](const NightLight& nightLight) {
+                            const Message call(dbus_message_new_method_call(nightLight.service, nightLight.path,
+                                                                            nightLight.interface, "preview"));
+                            dbus_message_append_args(call.get(), DBUS_TYPE_UINT32, &kelvin, DBUS_TYPE_INVALID);
+                            return ask(*connection, *call) != nullptr;
+                        });
+    if (!isDone) {
+        throw std::runtime_error("KWin previews no temperature");
+    }
 }
 
 std::optional<KWin::Colour> KWin::colourAt(int x, int y) const {
-    const auto connection = connectTo(sessionBus.address());
-    std::array<int, 2> pipe{-1, -1};
-    if (!connection || pipe2(pipe.data(), O_CLOEXEC) != 0) {
+    const auto& connection = screens->connection;
+    const auto place = Screens::place({.x = x, .y = y});
+    const XReply<xcb_get_image_reply_t> image(xcb_get_image_reply(
+        connection.get(),
+        xcb_get_image(connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection.root(),
+                      static_cast<std::int16_t>(place.x), static_cast<std::int16_t>(place.y), 1, 1, ~0U),
+        nullptr));
+    if (!image || xcb_get_image_data_length(image.get()) < 3) {
         return std::nullopt;
     }
-    const Message question(dbus_message_new_method_call("org.kde.KWin", "/org/kde/KWin/ScreenShot2",
-                                                        "org.kde.KWin.ScreenShot2", "CaptureArea"));
-    const dbus_uint32_t size = 1;
-    dbus_message_append_args(question.get(), DBUS_TYPE_INT32, &x, DBUS_TYPE_INT32, &y, DBUS_TYPE_UINT32, &size,
-                             DBUS_TYPE_UINT32, &size, DBUS_TYPE_INVALID);
-    DBusMessageIter end;
-    DBusMessageIter options;
-    dbus_message_iter_init_append(question.get(), &end);
-    dbus_message_iter_open_container(&end, DBUS_TYPE_ARRAY, "{sv}", &options);
-    dbus_message_iter_close_container(&end, &options);
-    dbus_message_iter_append_basic(&end, DBUS_TYPE_UNIX_FD, &pipe[1]);
-    const bool isTaken = ask(*connection, *question) != nullptr;
-    close(pipe[1]);
-    // A pixel of 32 bits, from blue to opacity.
-    std::array<std::uint8_t, 4> pixel{};
-    std::size_t have = 0;
-    for (ssize_t count = 1; isTaken && have < pixel.size() && count > 0; have += static_cast<std::size_t>(count)) {
-        count = std::max<ssize_t>(read(pipe[0], pixel.data() + have, pixel.size() - have), 0);
-    }
-    close(pipe[0]);
-    return have == pixel.size() ? std::optional(Colour{pixel[2], pixel[1], pixel[0]}) : std::nullopt;
+    // From blue to red.
+    const auto* const pixel = xcb_get_image_data(image.get());
+    return Colour{pixel[2], pixel[1], pixel[0]};
+}
+
+ScreenPicture KWin::picture() const {
+    return ScreenPicture(screens->connection);
 }
 
 } // namespace nocta::test

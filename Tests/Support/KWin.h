@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Support/Process.h"
+#include "Support/ScreenPicture.h"
 #include "Support/SessionBus.h"
 #include "Support/TemporaryFolder.h"
 
@@ -13,15 +14,15 @@
 
 namespace nocta::test {
 
-/// A private kwin_wayland, the compositor of KDE Plasma, on outputs of 1280x800 beside each other that are nowhere but
-/// in its memory, with a session bus of its own and none of anybody's settings. While it lives, this process's
-/// WAYLAND_DISPLAY and DBUS_SESSION_BUS_ADDRESS name them, and DISPLAY nothing.
+/// A private kwin_wayland, the compositor of KDE Plasma, on outputs of 1280x800 beside each other, with a session bus
+/// of its own and none of anybody's settings. While it lives, this process's WAYLAND_DISPLAY and
+/// DBUS_SESSION_BUS_ADDRESS name them, and DISPLAY nothing.
 class KWin {
   public:
-    /// How it puts together what an output shows.
+    /// Where its outputs are.
     enum class Drawing {
-        simple,  ///< at the least cost
-        pictured ///< by OpenGL, which its way to take pictures needs
+        simple,  ///< nowhere but in its memory
+        pictured ///< windows on an X server of its own, of which pictures can be taken
     };
 
     /// Throws where it does not start.
@@ -43,20 +44,26 @@ class KWin {
 
     /// The colour temperature that it says it shows, in kelvin; nothing where it does not say.
     [[nodiscard]] std::optional<std::uint32_t> temperature() const;
+    /// Asks its night light for a temperature in kelvin, as other programs do. Throws where it does not take it.
+    void preview(std::uint32_t kelvin) const;
 
-    /// What the person before the screen sees at that place, red, green and blue, from a picture that KWin takes; the
-    /// outputs are beside each other in the order of their names, also while one of them is off. Nothing where there is
-    /// none. Only for KWins that are pictured; what the graphics card does to colours is not in it.
+    /// What the person before the screen sees at that place, red, green and blue; the outputs are beside each other in
+    /// the order of their names, also while one of them is off. Nothing where there is none. Only for KWins that are
+    /// pictured; what the graphics card does to colours is not in it.
     using Colour = std::array<std::uint8_t, 3>;
     [[nodiscard]] std::optional<Colour> colourAt(int x, int y) const;
+    /// The same of the whole desktop, of up to three outputs.
+    [[nodiscard]] ScreenPicture picture() const;
 
   private:
+    struct Screens;
+
     void start();
 
     TemporaryFolder folder;
     SessionBus sessionBus;
     std::size_t outputs;
-    Drawing drawing;
+    std::unique_ptr<Screens> screens; ///< of a KWin that is pictured
     std::filesystem::path waylandSocket;
     std::unique_ptr<Process> process;
 };

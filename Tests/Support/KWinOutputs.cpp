@@ -97,7 +97,10 @@ void switchOutput(const std::filesystem::path& socket, std::size_t number, bool 
     wl_registry_add_listener(registry, &registryListener, &outputs);
     wl_display_roundtrip(display.get());
     wl_display_roundtrip(display.get());
-    const auto device = std::ranges::find(outputs.devices, "Virtual-" + std::to_string(number), &Device::name);
+    const auto device =
+        std::ranges::find_if(outputs.devices, [ending = "-" + std::to_string(number)](const Device& each) {
+            return each.name.ends_with(ending);
+        });
     Outcome outcome;
     if (outputs.management != nullptr && device != outputs.devices.end()) {
         auto* const configuration = kde_output_management_v2_create_configuration(outputs.management);

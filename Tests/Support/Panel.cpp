@@ -64,7 +64,7 @@ systray_background_id = 0
 
 std::string waybarConfiguration(const std::string& position) {
     return R"({
-    "output": ["HEADLESS-1", "Virtual-0"],
+    "output": ["HEADLESS-1", "Virtual-0", "X11-0"],
     "layer": "top",
     "position": ")" +
            position + R"(",

@@ -4,53 +4,18 @@
 #include "Support/TemporaryFolder.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <utility>
-
-#include <dbus/dbus.h>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace nocta::test {
 
-namespace {
+ScreenPicture::ScreenPicture() : ScreenPicture(XConnection()) {}
 
-/// What an answer of KWin's says by that name; 0 where it does not.
-std::uint32_t number(DBusMessage& answer, std::string_view name) {
-    DBusMessageIter array;
-    DBusMessageIter entry;
-    if (dbus_message_iter_init(&answer, &array) == 0 || dbus_message_iter_get_arg_type(&array) != DBUS_TYPE_ARRAY) {
-        return 0;
-    }
-    for (dbus_message_iter_recurse(&array, &entry); dbus_message_iter_get_arg_type(&entry) == DBUS_TYPE_DICT_ENTRY;
-         dbus_message_iter_next(&entry)) {
-        DBusMessageIter pair;
-        DBusMessageIter value;
-        const char* key = nullptr;
-        dbus_message_iter_recurse(&entry, &pair);
-        dbus_message_iter_get_basic(&pair, &key);
-        dbus_message_iter_next(&pair);
-        dbus_message_iter_recurse(&pair, &value);
-        if (key == name && dbus_message_iter_get_arg_type(&value) == DBUS_TYPE_UINT32) {
-            std::uint32_t result = 0;
-            dbus_message_iter_get_basic(&value, &result);
-            return result;
-        }
-    }
-    return 0;
-}
-
-} // namespace
-
-ScreenPicture::ScreenPicture() {
-    const XConnection server;
+ScreenPicture::ScreenPicture(const XConnection& server) {
     const XReply<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(server.get(), xcb_get_geometry(server.get(), server.root()), nullptr));
     if (!geometry) {
@@ -99,55 +64,6 @@ ScreenPicture ScreenPicture::read(const std::filesystem::path& file) {
         pixels[i / 3] = pixels[i / 3] << 8U | static_cast<std::uint8_t>(bytes[i]);
     }
     return {columns, rows, std::move(pixels)};
-}
-
-ScreenPicture ScreenPicture::ofKWin() {
-    const std::unique_ptr<DBusConnection, void (*)(DBusConnection*)> bus(
-        dbus_bus_get_private(DBUS_BUS_SESSION, nullptr), [](DBusConnection* open) {
-            dbus_connection_close(open);
-            dbus_connection_unref(open);
-        });
-    std::array<int, 2> ends{-1, -1};
-    if (!bus || pipe2(ends.data(), O_CLOEXEC) != 0) {
-        throw std::runtime_error("no bus");
-    }
-    dbus_connection_set_exit_on_disconnect(bus.get(), 0);
-    using Message = std::unique_ptr<DBusMessage, void (*)(DBusMessage*)>;
-    Message question(dbus_message_new_method_call("org.kde.KWin", "/org/kde/KWin/ScreenShot2",
-                                                  "org.kde.KWin.ScreenShot2", "CaptureWorkspace"),
-                     &dbus_message_unref);
-    DBusMessageIter arguments;
-    DBusMessageIter options;
-    dbus_message_iter_init_append(question.get(), &arguments);
-    dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "{sv}", &options);
-    dbus_message_iter_close_container(&arguments, &options);
-    dbus_message_iter_append_basic(&arguments, DBUS_TYPE_UNIX_FD, &ends[1]);
-    constexpr int patience = 10000; // milliseconds
-    const Message answer(dbus_connection_send_with_reply_and_block(bus.get(), question.get(), patience, nullptr),
-                         [](DBusMessage* received) {
-                             if (received != nullptr) {
-                                 dbus_message_unref(received);
-                             }
-                         });
-    // Both have the end that is written to.
-    question.reset();
-    close(ends[1]);
-    // It writes what it has answered about.
-    std::string bytes;
-    std::array<char, 65536> part{};
-    for (ssize_t count = 0; answer && (count = ::read(ends[0], part.data(), part.size())) > 0;) {
-        bytes.append(part.data(), static_cast<std::size_t>(count));
-    }
-    close(ends[0]);
-    const auto height = answer ? number(*answer, "height") : 0;
-    const auto stride = answer ? number(*answer, "stride") : 0;
-    const auto width = stride / sizeof(std::uint32_t);
-    if (width == 0 || height == 0 || bytes.size() != std::size_t{stride} * height) {
-        throw std::runtime_error("no picture of the screen");
-    }
-    std::vector<std::uint32_t> pixels(width * height);
-    std::memcpy(pixels.data(), bytes.data(), bytes.size());
-    return {static_cast<int>(width), static_cast<int>(height), std::move(pixels)};
 }
 
 std::size_t ScreenPicture::count(std::uint32_t color) const {

@@ -23,12 +23,12 @@ class ScreenPicture {
   public:
     /// Of the X server that DISPLAY names, taken now.
     ScreenPicture();
+    /// Of that X server, taken now.
+    explicit ScreenPicture(const XConnection& server);
     /// Of the Wayland compositor that WAYLAND_DISPLAY names, taken now.
     [[nodiscard]] static ScreenPicture ofCompositor();
     /// Of a PPM file. Throws where it is none.
     [[nodiscard]] static ScreenPicture read(const std::filesystem::path& file);
-    /// Of the KWin on the session bus, which draws by OpenGL, taken now.
-    [[nodiscard]] static ScreenPicture ofKWin();
 
     [[nodiscard]] int width() const { return columns; }
     [[nodiscard]] int height() const { return rows; }

@@ -40,7 +40,7 @@ class PersonsKWinDay : public KWinDesktop, protected WaylandHands {
         return appears("Quit Nocta") && eventually([this] { return ask("keyboard") == "ours"; });
     }
 
-    [[nodiscard]] ScreenPicture picture() const override { return ScreenPicture::ofKWin(); }
+    [[nodiscard]] ScreenPicture picture() const override { return kwin.picture(); }
     void click(const Point& point) override {
         hands.move(point);
         hands.click();
