@@ -36,6 +36,9 @@ constexpr Seconds firstRetry{1.0};
 constexpr Seconds rarestRetry{60.0};
 constexpr Seconds calmTime{10.0};
 
+/// Where previews end, after fifteen seconds or, as KWin's timers go, up to a twentieth less.
+constexpr Seconds previewTime{13.0};
+
 QDBusMessage call(const char* service, const char* path, const QString& interface, const char* name) {
     auto message =
         QDBusMessage::createMethodCall(QLatin1String(service), QLatin1String(path), interface, QLatin1String(name));
@@ -45,11 +48,14 @@ QDBusMessage call(const char* service, const char* path, const QString& interfac
 
 } // namespace
 
-const std::array<NightLight::Dialect, 2> NightLight::dialects{
-    {{.service = "org.kde.NightColor", .path = "/ColorCorrect", .interface = "org.kde.kwin.ColorCorrect"}, // Plasma 5
-     {.service = "org.kde.KWin.NightLight",
-      .path = "/org/kde/KWin/NightLight",
-      .interface = "org.kde.KWin.NightLight"}}}; // Plasma 6
+const std::array<NightLight::Dialect, 2> NightLight::dialects{{{.service = "org.kde.NightColor",
+                                                                .path = "/ColorCorrect",
+                                                                .interface = "org.kde.kwin.ColorCorrect",
+                                                                .hasLastingPreviews = true}, // Plasma 5
+                                                               {.service = "org.kde.KWin.NightLight",
+                                                                .path = "/org/kde/KWin/NightLight",
+                                                                .interface = "org.kde.KWin.NightLight",
+                                                                .hasLastingPreviews = false}}}; // Plasma 6
 
 NightLight::NightLight(RunLoop& loop) : loop(loop), bus(QString()), context(std::make_unique<QObject>()) {
     if (!isSessionBusNamed()) {
@@ -123,7 +129,7 @@ void NightLight::verify() {
 
 void NightLight::release() {
     wanted.reset();
-    for (auto* timer : {&pause, &arrival, &again, &calm}) {
+    for (auto* timer : {&pause, &arrival, &again, &calm, &renewal}) {
         timer->reset();
     }
     retryDelay = Seconds(0);
@@ -168,8 +174,8 @@ void NightLight::goTheLastStep() {
     if (!isLeftOver()) {
         return;
     }
-    // Far enough beyond it, KWin takes notice. Nobody sees so little.
-    bus.send(preview(NightTint::neutral + 4 * step));
+    // Far enough away from it, KWin takes notice. Nobody sees so little.
+    bus.send(preview(NightTint::neutral - 3 * step));
     constexpr int turns = 100;
     constexpr timespec turn{.tv_sec = 0, .tv_nsec = 10'000'000};
     for (int i = 0; i < turns && (isLeftOver() || current == NightTint::neutral); ++i) {
@@ -243,6 +249,7 @@ void NightLight::didVanish() {
     unanswered = 0;
     arrival.reset();
     again.reset();
+    renewal.reset();
     context = std::make_unique<QObject>();
 }
 
@@ -296,12 +303,31 @@ void NightLight::ask() {
             ask();
         }
     });
+    renewLater();
     ++unanswered;
     whenAnswered(bus.asyncCall(preview(*wanted), patience), [this](const QDBusMessage& /*answer*/) {
         --unanswered;
         if (wanted && !hasArrived() && unanswered == 0) {
             arrival = loop.oneShot(longestStep, [this] { askAgain(); });
         }
+    });
+}
+
+void NightLight::renewLater() {
+    if (dialect->hasLastingPreviews) {
+        return;
+    }
+    renewal = loop.oneShot(previewTime, [this] {
+        renewal.reset();
+        // From within a step of its own temperature KWin does not move.
+        if (distance(NightTint::neutral) <= step) {
+            return;
+        }
+        // What has not arrived is asked for anyway.
+        if (wanted == asked && unanswered == 0 && hasArrived()) {
+            bus.send(preview(*wanted));
+        }
+        renewLater();
     });
 }
 

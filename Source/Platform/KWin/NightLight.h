@@ -28,6 +28,9 @@ namespace nocta {
 /// listen to what is within a step of what it shows, not even while it is on its way to something else; and it goes
 /// back to its own temperature by itself when the session becomes active or its settings are read again. So this asks
 /// no more often than KWin can follow, hears what it shows, and asks again where that goes astray.
+///
+/// The KWin of Plasma 6 ends a preview after fifteen seconds. This asks for it anew shortly before, so that the
+/// temperature stays; KWin shows its message each time.
 class NightLight {
   public:
     /// Asks KWin what it shows, and waits for the answer. `loop` outlives this.
@@ -57,6 +60,7 @@ class NightLight {
         const char* service;
         const char* path;
         const char* interface;
+        bool hasLastingPreviews; ///< whether what it previews stays until it is asked for something else
     };
     static const std::array<Dialect, 2> dialects;
 
@@ -81,6 +85,8 @@ class NightLight {
     void didMove(std::uint32_t before);
     void ask();
     void askAgain();
+    /// Keeps what KWin has been asked for beyond the end of its preview.
+    void renewLater();
     /// Released within a step of its own temperature, KWin does not go that step. Waits for it, up to a second.
     void goTheLastStep();
 
@@ -99,6 +105,7 @@ class NightLight {
     std::unique_ptr<Timer> arrival;          ///< until KWin ought to have come nearer
     std::unique_ptr<Timer> again;            ///< until it is asked once more
     std::unique_ptr<Timer> calm;             ///< until that it had to be asked once more counts for nothing
+    std::unique_ptr<Timer> renewal;          ///< until a preview is asked for anew
     Seconds retryDelay{0};
 
     SignalReceiver changes{[this](const QDBusMessage& message) { propertiesDidChange(message); }};
