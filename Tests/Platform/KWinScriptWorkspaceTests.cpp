@@ -146,9 +146,11 @@ TEST_F(KWinScriptWorkspaceTest, WhileNobodyObservesKWinHasNoScript) {
 
 TEST_F(KWinScriptWorkspaceTest, TakesThePlaceOfTheScriptOfANoctaThatWasKilled) {
     const auto file = home.path() / "old.js";
-    std::ofstream(file) << "workspace.clientActivated.connect(function () {});";
+    std::ofstream(file) << "(workspace.windowActivated || workspace.clientActivated).connect(function () {});";
     const auto number = ask(QStringLiteral("loadScript"), {QString::fromStdString(file), scriptName}).toInt();
-    ask(QStringLiteral("run"), {}, QStringLiteral("/%1").arg(number), QStringLiteral("org.kde.kwin.Script"));
+    for (const auto* const path : {"/%1", "/Scripting/Script%1"}) { // in Plasma 5 and in Plasma 6
+        ask(QStringLiteral("run"), {}, QString::fromLatin1(path).arg(number), QStringLiteral("org.kde.kwin.Script"));
+    }
     ASSERT_TRUE(hasScript());
     open("org.example.one");
     observer = workspace.addActivationObserver(recorder());

