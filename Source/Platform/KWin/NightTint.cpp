@@ -16,8 +16,8 @@ struct Colour {
     double blue;
 };
 
-/// What KWin 5.27 multiplies green and blue by; it leaves red as it is. It goes in straight lines through a colour for
-/// every 100 K; those through these come within 17 K of it, and KWin goes in steps of 50 K.
+/// What KWin 5.27 and 6.3 multiply green and blue by; they leave red as it is. KWin goes in straight lines through a
+/// colour for every 100 K; those through these come within 17 K of it, and KWin goes in steps of 50 K.
 constexpr std::array<Colour, 20> nightColours{
     {{1000, 0.1817, 0.0},    {1100, 0.2550, 0.0},    {1200, 0.3094, 0.0},    {1300, 0.3536, 0.0},
      {1400, 0.3909, 0.0},    {1500, 0.4232, 0.0},    {1700, 0.4768, 0.0},    {1900, 0.5194, 0.0},
