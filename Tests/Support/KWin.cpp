@@ -57,7 +57,7 @@ using Message = std::unique_ptr<DBusMessage, Unreference>;
 /// Null where there is no answer, or one that tells an error.
 Message ask(DBusConnection& connection, DBusMessage& question) {
     constexpr int patience = 5000; // milliseconds
-    // Whoever asks until something holds leaves KWin the time for it: a picture is much work to it.
+    // Whoever asks until something holds leaves KWin the time for it.
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     return Message(dbus_connection_send_with_reply_and_block(&connection, &question, patience, nullptr));
 }
