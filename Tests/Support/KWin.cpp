@@ -85,9 +85,9 @@ struct KWin::Screens {
     static constexpr int columns = 3;
 
     explicit Screens(int count) : count(count) {
-        const auto right = static_cast<std::uint16_t>(width * std::min(count, columns));
-        const auto bottom = static_cast<std::uint16_t>(height * (1 + (count - 1) / columns));
-        xcb_randr_set_screen_size(connection.get(), connection.root(), right, bottom, right / 4, bottom / 4);
+        const auto across = static_cast<std::uint16_t>(width * std::min(count, columns));
+        const auto down = static_cast<std::uint16_t>(height * (1 + (count - 1) / columns));
+        xcb_randr_set_screen_size(connection.get(), connection.root(), across, down, across / 4, down / 4);
         connection.synchronize();
     }
 
@@ -156,11 +156,11 @@ void KWin::start() {
         // With it KWin would have the processor before all others, and some at a time have it for good.
         arguments = {"setpriv", "--bounding-set=-sys_nice"};
     }
-    arguments.push_back(folder.path() / "kwin_wayland");
+    arguments.emplace_back(folder.path() / "kwin_wayland");
     if (screens) {
         arguments.insert(arguments.end(), {"--x11-display", screens->server.display()});
     } else {
-        arguments.push_back("--virtual");
+        arguments.emplace_back("--virtual");
     }
     arguments.insert(arguments.end(), {"--width", "1280", "--height", "800", "--output-count", std::to_string(outputs),
                                        "--no-lockscreen", "--socket", waylandSocket.filename()});
