@@ -2,7 +2,11 @@
 
 #include "Platform/Wayland/LayerSurface.h"
 
+#include <algorithm>
+#include <utility>
+
 #include <QGuiApplication>
+#include <QList>
 #include <QObject>
 #include <QScreen>
 #include <QWindow>
@@ -16,14 +20,20 @@ bool isReal(const QScreen& screen) {
     return !screen.geometry().isEmpty();
 }
 
+/// From left to right, and from the top down: a compositor names its screens to programs in any order, some of them
+/// the newest one first.
+QList<QScreen*> realScreens() {
+    auto screens = QGuiApplication::screens();
+    screens.removeIf([](const QScreen* screen) { return !isReal(*screen); });
+    std::ranges::stable_sort(
+        screens, {}, [](const QScreen* screen) { return std::pair(screen->geometry().x(), screen->geometry().y()); });
+    return screens;
+}
+
 /// Null where all outputs are off.
 QScreen* firstScreen() {
-    for (auto* screen : QGuiApplication::screens()) {
-        if (isReal(*screen)) {
-            return screen;
-        }
-    }
-    return nullptr;
+    const auto screens = realScreens();
+    return screens.isEmpty() ? nullptr : screens.front();
 }
 
 class LayerOverlay final : public OverlaySurface {
@@ -80,13 +90,10 @@ class LayerOverlay final : public OverlaySurface {
 
 std::vector<Screen> LayerSurfaceHost::screens() const {
     std::vector<Screen> all;
-    for (const auto* screen : QGuiApplication::screens()) {
-        if (isReal(*screen)) {
-            const QRectF frame = screen->geometry();
-            all.push_back(
-                {.name = screen->name().toStdString(),
-                 .frame = {.x = frame.x(), .y = frame.y(), .width = frame.width(), .height = frame.height()}});
-        }
+    for (const auto* screen : realScreens()) {
+        const QRectF frame = screen->geometry();
+        all.push_back({.name = screen->name().toStdString(),
+                       .frame = {.x = frame.x(), .y = frame.y(), .width = frame.width(), .height = frame.height()}});
     }
     if (!all.empty()) {
         lastKnown = all.front();

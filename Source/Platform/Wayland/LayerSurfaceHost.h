@@ -6,7 +6,8 @@
 namespace nocta {
 
 /// Overlays on a Wayland desktop whose compositor has a layer shell, in windows of Qt's platform plug-in "wayland". The
-/// compositor keeps them above and gives them the keyboard. There is no main screen there: overlays are on the first.
+/// compositor keeps them above and gives them the keyboard. There is no main screen there: overlays are on the
+/// leftmost, of several below each other on the uppermost.
 /// Where it has no layer shell, overlays are never shown.
 class LayerSurfaceHost final : public SurfaceHost {
   public:
