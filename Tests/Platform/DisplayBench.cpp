@@ -13,7 +13,7 @@
 #include "Support/Mutter.h"
 #include "Support/Process.h"
 #include "Support/SessionBus.h"
-#include "Support/Sway.h"
+#include "Support/WlrCompositor.h"
 #include "Support/XServer.h"
 
 #include <algorithm>
@@ -119,23 +119,23 @@ class RandrBench final : public TableBench {
 
 class WlrBench final : public TableBench {
   public:
-    explicit WlrBench(std::size_t size) : sway(size), entries(size) { appear(); }
+    WlrBench(const WlrCompositorKind& kind, std::size_t size) : compositor(kind.make(size)), entries(size) { appear(); }
     std::unique_ptr<DisplayService> makeService(RunLoop& loop) override {
         return std::make_unique<WlrGammaDisplayService>(loop, [] {});
     }
     [[nodiscard]] std::size_t size() const override { return entries; }
     [[nodiscard]] std::vector<Shown> shown() const override {
         std::vector<Shown> all;
-        for (const auto& output : sway.outputs()) {
-            all.push_back(sway.table(output).value_or(Shown()));
+        for (const auto& output : compositor->outputs()) {
+            all.push_back(compositor->table(output).value_or(Shown()));
         }
         return all;
     }
-    void appear() override { [[maybe_unused]] const auto name = sway.plug(); }
-    void disappear() override { sway.unplug(); }
+    void appear() override { [[maybe_unused]] const auto name = compositor->plug(); }
+    void disappear() override { compositor->unplug(); }
 
   private:
-    Sway sway;
+    std::unique_ptr<WlrCompositor> compositor;
     std::size_t entries;
 };
 
@@ -254,8 +254,15 @@ BenchKind mutterBench() {
     return {.name = "Mutter", .make = [] { return std::make_unique<MutterBench>(); }};
 }
 
-BenchKind wlrBench(std::size_t size) {
-    return {.name = "Wlr" + std::to_string(size), .make = [size] { return std::make_unique<WlrBench>(size); }};
+std::vector<BenchKind> wlrBenches(const std::vector<std::size_t>& sizes) {
+    std::vector<BenchKind> benches;
+    for (const auto& compositor : installedWlrCompositors()) {
+        for (const auto size : sizes) {
+            benches.push_back({.name = "WlrOn" + compositor.name + std::to_string(size),
+                               .make = [compositor, size] { return std::make_unique<WlrBench>(compositor, size); }});
+        }
+    }
+    return benches;
 }
 
 BenchKind kwinBench() {

@@ -57,7 +57,8 @@ struct BenchKind {
 [[nodiscard]] BenchKind simulatedBench();
 [[nodiscard]] BenchKind randrBench();
 [[nodiscard]] BenchKind mutterBench();
-[[nodiscard]] BenchKind wlrBench(std::size_t size);
+/// On every compositor that is installed, with tables of each of these sizes.
+[[nodiscard]] std::vector<BenchKind> wlrBenches(const std::vector<std::size_t>& sizes);
 /// Has one colour temperature for all displays: of several tints that of any one is taken for it.
 [[nodiscard]] BenchKind kwinBench();
 

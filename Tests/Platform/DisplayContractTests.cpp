@@ -274,7 +274,9 @@ TEST_P(DisplayContract, AnyCourseOfEventsEndsAsItsLastOnesSay) {
 
 INSTANTIATE_TEST_SUITE_P(Each, DisplayContract,
                          testing::Values(test::simulatedBench(), test::randrBench(), test::mutterBench(),
-                                         test::wlrBench(1024), test::wlrBench(4096), test::kwinBench()),
+                                         test::kwinBench()),
+                         [](const auto& kind) { return kind.param.name; });
+INSTANTIATE_TEST_SUITE_P(EachWlr, DisplayContract, testing::ValuesIn(test::wlrBenches({1024, 4096})),
                          [](const auto& kind) { return kind.param.name; });
 
 /// The death of the program that tints: for displays that outlive it.
@@ -295,8 +297,9 @@ TEST_P(DisplaysOfADeadClient, HaveTheirOwnCalibrationAgain) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, DisplaysOfADeadClient,
-                         testing::Values(test::randrBench(), test::mutterBench(), test::wlrBench(1024),
-                                         test::kwinBench()),
+                         testing::Values(test::randrBench(), test::mutterBench(), test::kwinBench()),
+                         [](const auto& kind) { return kind.param.name; });
+INSTANTIATE_TEST_SUITE_P(EachWlr, DisplaysOfADeadClient, testing::ValuesIn(test::wlrBenches({1024})),
                          [](const auto& kind) { return kind.param.name; });
 
 } // namespace

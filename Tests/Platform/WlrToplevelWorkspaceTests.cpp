@@ -2,11 +2,13 @@
 
 #include "Support/Process.h"
 #include "Support/Sway.h"
+#include "Support/WlrCompositor.h"
 #include "WorkspaceTest.h"
 
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -16,9 +18,10 @@ namespace {
 
 using test::Process;
 
-class WlrToplevelWorkspaceTest : public test::WorkspaceTest {
+class WlrToplevelSession : public test::WorkspaceTest {
   protected:
-    ~WlrToplevelWorkspaceTest() override {
+    explicit WlrToplevelSession(std::unique_ptr<test::WlrCompositor> made) : compositor(std::move(made)) {}
+    ~WlrToplevelSession() override {
         observer.reset();
         programs.clear(); // before their compositor
     }
@@ -32,15 +35,22 @@ class WlrToplevelWorkspaceTest : public test::WorkspaceTest {
             Process::Environment{{"HOME", home.path()}, {"XDG_CONFIG_HOME", home.path() / "config"}}));
     }
 
-    void focus(const std::string& id) const { sway.command("[app_id=\"^" + id + "$\"] focus"); }
-
-    test::Sway sway;
+    std::unique_ptr<test::WlrCompositor> compositor;
     WlrToplevelWorkspace workspace{runLoop, {desktopFiles()}};
     std::vector<std::unique_ptr<Process>> programs;
     std::unique_ptr<WorkspaceObserver> observer;
 };
 
-TEST_F(WlrToplevelWorkspaceTest, ReportsTheApplicationOfTheWindowThatGetsTheKeyboard) {
+class WlrToplevelWorkspaceTest : public WlrToplevelSession,
+                                 public testing::WithParamInterface<test::WlrCompositorKind> {
+  protected:
+    WlrToplevelWorkspaceTest() : WlrToplevelSession(GetParam().make(1024)) {}
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, WlrToplevelWorkspaceTest, testing::ValuesIn(test::installedWlrCompositors()),
+                         [](const auto& kind) { return kind.param.name; });
+
+TEST_P(WlrToplevelWorkspaceTest, ReportsTheApplicationOfTheWindowThatGetsTheKeyboard) {
     ASSERT_TRUE(workspace.isAvailable());
     observe();
     EXPECT_EQ(workspace.frontmostApplication(), std::nullopt);
@@ -48,12 +58,12 @@ TEST_F(WlrToplevelWorkspaceTest, ReportsTheApplicationOfTheWindowThatGetsTheKeyb
     EXPECT_TRUE(reported({"org.example.one"}));
     open("org.example.two");
     EXPECT_TRUE(reported({"org.example.two"}));
-    focus("org.example.one");
+    compositor->focus("org.example.one");
     EXPECT_TRUE(reported({"org.example.one"}));
     EXPECT_EQ(workspace.frontmostApplication(), (RunningApplication{.bundleIdentifier = "org.example.one"}));
 }
 
-TEST_F(WlrToplevelWorkspaceTest, NamesTheDesktopFileThatBearsTheIdOrSpeaksOfIt) {
+TEST_P(WlrToplevelWorkspaceTest, NamesTheDesktopFileThatBearsTheIdOrSpeaksOfIt) {
     install("org.example.Editor");
     install("org.example.Player", "StartupWMClass=player\n");
     observe();
@@ -65,9 +75,9 @@ TEST_F(WlrToplevelWorkspaceTest, NamesTheDesktopFileThatBearsTheIdOrSpeaksOfIt) 
     EXPECT_TRUE(reported({"some-thing"}));
 }
 
-TEST_F(WlrToplevelWorkspaceTest, TheApplicationThatIsThereAtFirstIsKnownAndNotReported) {
+TEST_P(WlrToplevelWorkspaceTest, TheApplicationThatIsThereAtFirstIsKnownAndNotReported) {
     open("org.example.one");
-    ASSERT_TRUE(loop.runUntil([this] { return sway.windowCount() == 1; }));
+    ASSERT_TRUE(loop.runUntil([this] { return compositor->windowCount() == 1; }));
     observe();
     EXPECT_TRUE(loop.runUntil([this] { return workspace.frontmostApplication().has_value(); }));
     EXPECT_TRUE(reports.empty());
@@ -75,16 +85,10 @@ TEST_F(WlrToplevelWorkspaceTest, TheApplicationThatIsThereAtFirstIsKnownAndNotRe
     EXPECT_TRUE(reported({"org.example.two"}));
 }
 
-TEST_F(WlrToplevelWorkspaceTest, WithoutAWindowInFrontTheLastApplicationStays) {
+TEST_P(WlrToplevelWorkspaceTest, WithoutAWindowInFrontTheLastApplicationStays) {
     observe();
     auto& one = open("org.example.one");
     ASSERT_TRUE(reported({"org.example.one"}));
-    sway.command("workspace 5");
-    loop.runFor(std::chrono::milliseconds(100));
-    EXPECT_TRUE(reports.empty());
-    sway.command("workspace 1");
-    loop.runFor(std::chrono::milliseconds(100));
-    EXPECT_TRUE(reports.empty()) << "the same one";
     one.signal(SIGTERM);
     one.waitForEnd();
     loop.runFor(std::chrono::milliseconds(100));
@@ -93,17 +97,37 @@ TEST_F(WlrToplevelWorkspaceTest, WithoutAWindowInFrontTheLastApplicationStays) {
     EXPECT_TRUE(reported({"org.example.two"}));
 }
 
-TEST_F(WlrToplevelWorkspaceTest, AnotherWindowOfTheSameApplicationIsNoChange) {
+class WlrToplevelWorkspaceOnSway : public WlrToplevelSession {
+  protected:
+    WlrToplevelWorkspaceOnSway() : WlrToplevelSession(std::make_unique<test::Sway>()) {}
+
+    const test::Sway& sway = dynamic_cast<const test::Sway&>(*compositor);
+};
+
+TEST_F(WlrToplevelWorkspaceOnSway, OnAnEmptyWorkspaceTheLastApplicationStays) {
+    observe();
+    open("org.example.one");
+    ASSERT_TRUE(reported({"org.example.one"}));
+    sway.command("workspace 5");
+    loop.runFor(std::chrono::milliseconds(100));
+    EXPECT_TRUE(reports.empty());
+    sway.command("workspace 1");
+    loop.runFor(std::chrono::milliseconds(100));
+    EXPECT_TRUE(reports.empty()) << "the same one";
+    EXPECT_EQ(workspace.frontmostApplication(), (RunningApplication{.bundleIdentifier = "org.example.one"}));
+}
+
+TEST_P(WlrToplevelWorkspaceTest, AnotherWindowOfTheSameApplicationIsNoChange) {
     observe();
     open("org.example.one");
     ASSERT_TRUE(reported({"org.example.one"}));
     open("org.example.one");
-    ASSERT_TRUE(loop.runUntil([this] { return sway.windowCount() == 2; }));
+    ASSERT_TRUE(loop.runUntil([this] { return compositor->windowCount() == 2; }));
     open("org.example.two");
     EXPECT_TRUE(reported({"org.example.two"}));
 }
 
-TEST_F(WlrToplevelWorkspaceTest, WhileNobodyObservesNothingWakesIt) {
+TEST_P(WlrToplevelWorkspaceTest, WhileNobodyObservesNothingWakesIt) {
     observe();
     open("org.example.one");
     ASSERT_TRUE(reported({"org.example.one"}));
@@ -115,7 +139,7 @@ TEST_F(WlrToplevelWorkspaceTest, WhileNobodyObservesNothingWakesIt) {
         loop.runFor(std::chrono::milliseconds(300));
     } while (runLoop.wakeUps() != before);
     open("org.example.two");
-    ASSERT_TRUE(loop.runUntil([this] { return sway.windowCount() == 2; }));
+    ASSERT_TRUE(loop.runUntil([this] { return compositor->windowCount() == 2; }));
     loop.runFor(std::chrono::milliseconds(50));
     EXPECT_EQ(runLoop.wakeUps(), before);
     observe();
@@ -125,7 +149,7 @@ TEST_F(WlrToplevelWorkspaceTest, WhileNobodyObservesNothingWakesIt) {
     EXPECT_TRUE(reports.empty());
 }
 
-TEST_F(WlrToplevelWorkspaceTest, AnObserverMayEndItselfInItsOwnHandler) {
+TEST_P(WlrToplevelWorkspaceTest, AnObserverMayEndItselfInItsOwnHandler) {
     int count = 0;
     observer = workspace.addActivationObserver([&](const auto&) {
         ++count;
@@ -134,14 +158,14 @@ TEST_F(WlrToplevelWorkspaceTest, AnObserverMayEndItselfInItsOwnHandler) {
     open("org.example.one");
     EXPECT_TRUE(loop.runUntil([&] { return count == 1; }));
     open("org.example.two");
-    ASSERT_TRUE(loop.runUntil([this] { return sway.windowCount() == 2; }));
+    ASSERT_TRUE(loop.runUntil([this] { return compositor->windowCount() == 2; }));
     loop.runFor(std::chrono::milliseconds(50));
     EXPECT_EQ(count, 1);
 }
 
-TEST_F(WlrToplevelWorkspaceTest, IsHarmlessWithoutItsCompositor) {
+TEST_P(WlrToplevelWorkspaceTest, IsHarmlessWithoutItsCompositor) {
     observe();
-    sway.kill();
+    compositor->kill();
     loop.runFor(std::chrono::milliseconds(50));
     observer.reset();
     observe();

@@ -1,9 +1,12 @@
-/* Loaded into sway by LD_PRELOAD: gives the outputs of wlroots' headless back end what only those of real hardware have,
- * a gamma table, being switched off, and being pulled out.
+/* Loaded into a compositor by LD_PRELOAD: gives the outputs of wlroots' headless back end what only those of real
+ * hardware have, a gamma table, being switched off, and being plugged in and pulled out.
  *
  * In the folder that NOCTA_TEST_GAMMA names, the file "size" says how many entries a channel has at this moment; if it
- * is missing at the start, sway knows no gamma control at all. The file named after an output is the table that it shows, as 16-bit numbers, red, green and blue after each other;
- * empty or missing while it shows its own. SIGUSR1 pulls the newest output out, if it is not the only one. */
+ * is missing at the start, the compositor knows no gamma control at all. The file named after an output is the table
+ * that it shows, as 16-bit numbers, red, green and blue after each other; empty or missing while it shows its own.
+ *
+ * SIGUSR2 plugs an output in, SIGUSR1 pulls the newest one out, if it is not the only one. SIGWINCH ends the
+ * connections of all clients that have the control of a table. */
 
 #define _GNU_SOURCE
 #define WLR_USE_UNSTABLE
@@ -16,13 +19,15 @@
 #include <string.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <wlr/backend/headless.h>
 #include <wlr/interfaces/wlr_output.h>
 #include <wlr/types/wlr_gamma_control_v1.h>
 
-enum { most_outputs = 64 };
+enum { most_outputs = 64, output_width = 1280, output_height = 800 };
 
 static struct wlr_output *outputs[most_outputs];
 static int output_count;
+static struct wlr_gamma_control_manager_v1 *gamma_manager;
 
 static const char *folder(void) {
     const char *name = getenv("NOCTA_TEST_GAMMA");
@@ -100,18 +105,47 @@ static bool commit(struct wlr_output *output) {
 }
 #endif
 
+/* sway has one more for itself, with a name of its own, for when there is no other. */
+static bool is_pluggable(const struct wlr_output *output) {
+    return strncmp(output->name, "HEADLESS-", strlen("HEADLESS-")) == 0;
+}
+
 static int pull_out(int signal_number, void *data) {
     (void)signal_number;
     (void)data;
-    /* sway has one more for itself, with a name of its own, for when there is no other. */
     int newest = output_count - 1;
-    while (newest >= 0 && strncmp(outputs[newest]->name, "HEADLESS-", strlen("HEADLESS-")) != 0) {
+    while (newest >= 0 && !is_pluggable(outputs[newest])) {
         --newest;
     }
     if (newest > 0) {
         struct wlr_output *pulled = outputs[newest];
         memmove(&outputs[newest], &outputs[newest + 1], sizeof *outputs * (size_t)(--output_count - newest));
         wlr_output_destroy(pulled);
+    }
+    return 0;
+}
+
+static int plug_in(int signal_number, void *data) {
+    (void)signal_number;
+    (void)data;
+    int first = 0;
+    while (first < output_count && !is_pluggable(outputs[first])) {
+        ++first;
+    }
+    if (first < output_count) {
+        wlr_headless_add_output(outputs[first]->backend, output_width, output_height);
+    }
+    return 0;
+}
+
+static int end_clients(int signal_number, void *data) {
+    (void)signal_number;
+    (void)data;
+    struct wlr_gamma_control_v1 *control;
+    if (gamma_manager != NULL) {
+        wl_list_for_each(control, &gamma_manager->controls, link) {
+            wl_resource_post_error(control->resource, 0, "told to by a test");
+        }
     }
     return 0;
 }
@@ -143,12 +177,22 @@ struct wlr_gamma_control_manager_v1 *wlr_gamma_control_manager_v1_create(struct 
     }
     struct wlr_gamma_control_manager_v1 *(*create)(struct wl_display *);
     *(void **)&create = dlsym(RTLD_NEXT, "wlr_gamma_control_manager_v1_create");
-    return create(display);
+    return gamma_manager = create(display);
+}
+
+struct wlr_output *wlr_headless_add_output(struct wlr_backend *backend, unsigned int width, unsigned int height) {
+    (void)width;
+    (void)height;
+    struct wlr_output *(*add)(struct wlr_backend *, unsigned int, unsigned int);
+    *(void **)&add = dlsym(RTLD_NEXT, "wlr_headless_add_output");
+    return add(backend, output_width, output_height);
 }
 
 static void did_init(struct wlr_output *output, struct wl_event_loop *loop) {
     if (output_count == 0) {
         wl_event_loop_add_signal(loop, SIGUSR1, pull_out, NULL);
+        wl_event_loop_add_signal(loop, SIGUSR2, plug_in, NULL);
+        wl_event_loop_add_signal(loop, SIGWINCH, end_clients, NULL);
     }
     if (output_count < most_outputs) {
         outputs[output_count++] = output;
