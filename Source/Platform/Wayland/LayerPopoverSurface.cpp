@@ -59,7 +59,11 @@ std::uint32_t cornerOf(Side panelSide) {
 } // namespace
 
 LayerPopoverSurface::LayerPopoverSurface(QWindow& window, std::function<Side()> panelSide)
-    : window(window), panelSide(std::move(panelSide)), surface(shell, window, [this] { dismissLater(); }) {}
+    : window(window), panelSide(std::move(panelSide)), surface(shell, window, [this] { dismissLater(); }) {
+    // Newer compositors do not close a surface when its output is switched off, and Qt does not always know which one
+    // that was.
+    QObject::connect(qGuiApp, &QGuiApplication::screenRemoved, &context, [this] { dismissLater(); });
+}
 
 LayerPopoverSurface::~LayerPopoverSurface() {
     hide();

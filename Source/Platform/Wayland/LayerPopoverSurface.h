@@ -16,8 +16,8 @@ namespace nocta {
 /// It stands at the item where the host says where on the desktop that was clicked. Most hosts do not know: then in the
 /// corner beside the panel, on the screen that the compositor chooses, which is the one that has the keyboard.
 ///
-/// While it is shown it has the keyboard alone. Compositors give a panel's window no keyboard that it does not insist
-/// on, and those that do may take it away at a movement of the pointer.
+/// It is dismissed when any screen goes. While it is shown it has the keyboard alone. Compositors give a panel's window
+/// no keyboard that it does not insist on, and those that do may take it away at a movement of the pointer.
 class LayerPopoverSurface final : public PopoverSurface {
   public:
     /// `window` is not shown yet and outlives the surface. From then on its place, its size and its being shown are the
