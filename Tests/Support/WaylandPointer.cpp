@@ -1,5 +1,6 @@
 #include "Support/WaylandPointer.h"
 
+#include <chrono>
 #include <stdexcept>
 #include <string_view>
 
@@ -8,6 +9,17 @@
 #include <wlr-virtual-pointer-unstable-v1.h>
 
 namespace nocta::test {
+
+namespace {
+
+/// Milliseconds, as those of real devices: programs tell a double click by them.
+std::uint32_t now() {
+    using std::chrono::milliseconds;
+    return static_cast<std::uint32_t>(
+        std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now().time_since_epoch()).count());
+}
+
+} // namespace
 
 WaylandPointer::WaylandPointer() : display(wl_display_connect(nullptr)) {
     if (display == nullptr) {
@@ -42,14 +54,14 @@ WaylandPointer::~WaylandPointer() {
 }
 
 void WaylandPointer::move(std::uint32_t x, std::uint32_t y, std::uint32_t width, std::uint32_t height) {
-    zwlr_virtual_pointer_v1_motion_absolute(pointer, ++time, x, y, width, height);
+    zwlr_virtual_pointer_v1_motion_absolute(pointer, now(), x, y, width, height);
     zwlr_virtual_pointer_v1_frame(pointer);
     wl_display_roundtrip(display);
 }
 
 void WaylandPointer::click() {
     for (const auto state : {WL_POINTER_BUTTON_STATE_PRESSED, WL_POINTER_BUTTON_STATE_RELEASED}) {
-        zwlr_virtual_pointer_v1_button(pointer, ++time, BTN_LEFT, state);
+        zwlr_virtual_pointer_v1_button(pointer, now(), BTN_LEFT, state);
         zwlr_virtual_pointer_v1_frame(pointer);
         wl_display_roundtrip(display);
     }

@@ -28,7 +28,6 @@ class WaylandPointer {
     wl_registry* registry = nullptr;
     zwlr_virtual_pointer_manager_v1* manager = nullptr;
     zwlr_virtual_pointer_v1* pointer = nullptr;
-    std::uint32_t time = 0;
 };
 
 } // namespace nocta::test
