@@ -6,15 +6,17 @@
 #include "Platform/Qt/QtRunLoop.h"
 #include "Platform/Wayland/LayerSurfaceHost.h"
 #include "Support/Process.h"
-#include "Support/Sway.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/WaylandPointer.h"
+#include "Support/WlrCompositor.h"
 #include "WaitingLoop.h"
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <QImage>
 
@@ -23,10 +25,9 @@
 namespace nocta::test {
 namespace {
 
-class LayerOverlay : public testing::Test {
+class LayerOverlay : public testing::TestWithParam<WlrCompositorKind> {
   protected:
-    /// What sway shows where there is nothing.
-    static constexpr QRgb nothing = 0xff3f3f3f;
+    static constexpr QRgb wallpaper = 0xff3f3f3f;
     /// (0.05, 0.03, 0) of 255, rounded.
     static constexpr QRgb background = 0xff0d0800;
     static constexpr QRect mainArea{0, 0, 1280, 800};
@@ -38,6 +39,17 @@ class LayerOverlay : public testing::Test {
         application.emplace("wayland", arguments.data(), nullptr);
         surfaces.emplace();
         host.emplace(*surfaces, loop, [] {});
+    }
+
+    void SetUp() override {
+        QImage picture(mainArea.size(), QImage::Format_RGB32);
+        picture.fill(wallpaper);
+        const auto file = folder.path() / "wallpaper.png";
+        ASSERT_TRUE(picture.save(QString::fromStdString(file)));
+        setter.emplace(std::vector<std::string>{"swaybg", "--mode", "fill", "--image", file});
+        // A cursor is on the screen, too: away from where the tests look.
+        pointer.move(900, 150, 2560, 800);
+        ASSERT_TRUE(runUntil([this] { return isFree(mainArea) && isFree(secondArea); })) << setter->errors();
     }
 
     ~LayerOverlay() override {
@@ -85,8 +97,8 @@ class LayerOverlay : public testing::Test {
 
     [[nodiscard]] bool isFree(const QRect& area) const {
         const auto screen = screenshot();
-        return screen.rect().contains(area) && screen.pixel(area.center()) == nothing &&
-               screen.pixel(area.topLeft()) == nothing;
+        return screen.rect().contains(area) && screen.pixel(area.center()) == wallpaper &&
+               screen.pixel(area.topLeft()) == wallpaper;
     }
 
     /// The background with at most a twentieth of something else in each channel.
@@ -109,8 +121,9 @@ class LayerOverlay : public testing::Test {
         pointer.click();
     }
 
-    Sway sway;
+    std::unique_ptr<WlrCompositor> compositor = GetParam().make(1024);
     WaylandPointer pointer;
+    std::optional<Process> setter;
     TemporaryFolder folder;
     std::string name = "nocta";
     std::array<char*, 2> arguments{name.data(), nullptr};
@@ -123,12 +136,15 @@ class LayerOverlay : public testing::Test {
     int skips = 0;
 };
 
-TEST_F(LayerOverlay, CoversTheFirstScreenAndNoOther) {
+INSTANTIATE_TEST_SUITE_P(Each, LayerOverlay, testing::ValuesIn(installedWlrCompositors()),
+                         [](const auto& kind) { return kind.param.name; });
+
+TEST_P(LayerOverlay, CoversTheFirstScreenAndNoOther) {
     presentAndWait();
     EXPECT_TRUE(isFree(secondArea));
 }
 
-TEST_F(LayerOverlay, ListsTheScreensOfTheCompositor) {
+TEST_P(LayerOverlay, ListsTheScreensOfTheCompositor) {
     const auto screens = host->screens();
     ASSERT_EQ(screens.size(), 2U);
     EXPECT_EQ(screens[0].name, "HEADLESS-1");
@@ -137,8 +153,8 @@ TEST_F(LayerOverlay, ListsTheScreensOfTheCompositor) {
     EXPECT_FALSE(host->mainScreen());
 }
 
-TEST_F(LayerOverlay, FadesAsAWhole) {
-    // Of what is in the picture there, from `nothing` to `background`; nothing where no picture was taken.
+TEST_P(LayerOverlay, FadesAsAWhole) {
+    // Of what is in the picture there, from `wallpaper` to `background`; nothing where no picture was taken.
     const auto shade = [this]() -> std::optional<int> {
         const auto picture = screenshot();
         return picture.isNull() ? std::nullopt : std::optional(qRed(picture.pixel(40, 700)));
@@ -146,7 +162,7 @@ TEST_F(LayerOverlay, FadesAsAWhole) {
     // Longer than a test lasts: however slow the pictures are, they are of a fade.
     present(Seconds(60));
     std::optional<int> seen;
-    ASSERT_TRUE(runUntil([&] { return (seen = shade()) && *seen < qRed(nothing) && *seen > 20; }))
+    ASSERT_TRUE(runUntil([&] { return (seen = shade()) && *seen < qRed(wallpaper) && *seen > 20; }))
         << "what is below shines through";
     EXPECT_TRUE(runUntil([&] {
         const auto later = shade();
@@ -159,7 +175,7 @@ TEST_F(LayerOverlay, FadesAsAWhole) {
     EXPECT_TRUE(runUntil([&] { return isFadedOut && isFree(mainArea); }));
 }
 
-TEST_F(LayerOverlay, ClosingUncoversTheScreenForGood) {
+TEST_P(LayerOverlay, ClosingUncoversTheScreenForGood) {
     presentAndWait();
     window->close();
     EXPECT_TRUE(runUntil([this] { return isFree(mainArea); }));
@@ -170,7 +186,7 @@ TEST_F(LayerOverlay, ClosingUncoversTheScreenForGood) {
     EXPECT_TRUE(isFree(mainArea));
 }
 
-TEST_F(LayerOverlay, CanBeShownAgainAndAgain) {
+TEST_P(LayerOverlay, CanBeShownAgainAndAgain) {
     for (int i = 0; i < 3; ++i) {
         presentAndWait();
         window.reset();
@@ -178,7 +194,7 @@ TEST_F(LayerOverlay, CanBeShownAgainAndAgain) {
     }
 }
 
-TEST_F(LayerOverlay, AClickOnTheButtonSkips) {
+TEST_P(LayerOverlay, AClickOnTheButtonSkips) {
     presentAndWait();
     click(QPoint(200, 200));
     click(skipButton);
@@ -186,14 +202,14 @@ TEST_F(LayerOverlay, AClickOnTheButtonSkips) {
     EXPECT_EQ(skips, 1);
 }
 
-TEST_F(LayerOverlay, AKeySkipsWithoutAClickBefore) {
+TEST_P(LayerOverlay, AKeySkipsWithoutAClickBefore) {
     presentAndWait();
     runUntil([] { return false; }, std::chrono::milliseconds(600)); // keys do not count before
     typeAfterTab("space");
     EXPECT_TRUE(runUntil([this] { return skips == 1; }));
 }
 
-TEST_F(LayerOverlay, TakesNoInputOnTheWayOut) {
+TEST_P(LayerOverlay, TakesNoInputOnTheWayOut) {
     presentAndWait();
     bool isFadedOut = false;
     window->animateAlpha(0, Seconds(1), TimingFunction::standard, [&] { isFadedOut = true; });
@@ -202,7 +218,7 @@ TEST_F(LayerOverlay, TakesNoInputOnTheWayOut) {
     EXPECT_EQ(skips, 0);
 }
 
-TEST_F(LayerOverlay, CoversAFullScreenWindow) {
+TEST_P(LayerOverlay, CoversAFullScreenWindow) {
     Process editor({"foot", "--fullscreen", "-o", "colors.background=ff0000", "sleep", "60"});
     ASSERT_TRUE(runUntil([this] { return screenshot().pixel(mainArea.center()) == 0xffff0000; })) << editor.errors();
     presentAndWait();
@@ -210,26 +226,26 @@ TEST_F(LayerOverlay, CoversAFullScreenWindow) {
     EXPECT_TRUE(runUntil([this] { return screenshot().pixel(mainArea.center()) == 0xffff0000; }));
 }
 
-TEST_F(LayerOverlay, FollowsItsScreenInAnotherMode) {
+TEST_P(LayerOverlay, FollowsItsScreenInAnotherMode) {
     presentAndWait();
-    sway.command("output HEADLESS-1 resolution 1024x768");
+    compositor->setMode("HEADLESS-1", 1024, 768);
     EXPECT_TRUE(runUntil([this] { return covers({0, 0, 1024, 768}); }));
 }
 
-TEST_F(LayerOverlay, MovesToAnotherScreenWhenItsOwnGoesAndWaitsForOneWhenAllDo) {
+TEST_P(LayerOverlay, MovesToAnotherScreenWhenItsOwnGoesAndWaitsForOneWhenAllDo) {
     presentAndWait();
-    sway.command("output HEADLESS-1 disable");
+    compositor->switchOutput("HEADLESS-1", false);
     EXPECT_TRUE(runUntil([this] { return covers({0, 0, 1280, 800}); })) << "the second one alone";
-    sway.command("output HEADLESS-2 disable");
+    compositor->switchOutput("HEADLESS-2", false);
     ASSERT_TRUE(runUntil([this] { return host->screens().size() == 1; }));
     runUntil([] { return false; }, std::chrono::milliseconds(100));
     EXPECT_EQ(host->screens().size(), 1U) << "the last one known";
-    sway.command("output HEADLESS-1 enable");
+    compositor->switchOutput("HEADLESS-1", true);
     EXPECT_TRUE(runUntil([this] { return covers(mainArea); }));
 }
 
-TEST_F(LayerOverlay, IsDrawnSharplyOnADenseScreen) {
-    sway.command("output HEADLESS-1 scale 2");
+TEST_P(LayerOverlay, IsDrawnSharplyOnADenseScreen) {
+    compositor->setScale("HEADLESS-1", 2);
     ASSERT_TRUE(runUntil([this] { return host->screens().front().frame.width == 640; }));
     present();
     // In device pixels: the screenshot is as dense as the densest output.

@@ -170,14 +170,16 @@ static void give_gamma(const struct wlr_output_impl *implementation) {
 }
 
 struct wlr_gamma_control_manager_v1 *wlr_gamma_control_manager_v1_create(struct wl_display *display) {
-    char path[512];
-    snprintf(path, sizeof path, "%s/size", folder());
-    if (access(path, F_OK) != 0) {
-        return NULL;
-    }
     struct wlr_gamma_control_manager_v1 *(*create)(struct wl_display *);
     *(void **)&create = dlsym(RTLD_NEXT, "wlr_gamma_control_manager_v1_create");
-    return gamma_manager = create(display);
+    gamma_manager = create(display);
+    char path[512];
+    snprintf(path, sizeof path, "%s/size", folder());
+    if (gamma_manager != NULL && access(path, F_OK) != 0) {
+        /* The compositor relies on having one: hide it from clients. */
+        wl_global_remove(gamma_manager->global);
+    }
+    return gamma_manager;
 }
 
 struct wlr_output *wlr_headless_add_output(struct wlr_backend *backend, unsigned int width, unsigned int height) {

@@ -9,12 +9,11 @@ namespace nocta::test {
 
 namespace {
 
-void configureOutput(const std::string& output, std::vector<std::string> changes) {
-    std::vector<std::string> arguments{"wlr-randr", "--output", output};
-    arguments.insert(arguments.end(), changes.begin(), changes.end());
-    Process process(std::move(arguments));
+void configure(std::vector<std::string> changes) {
+    changes.insert(changes.begin(), "wlr-randr");
+    Process process(std::move(changes));
     if (process.waitForEnd() != Ending{.exitStatus = 0}) {
-        throw std::runtime_error("the output stays as it is: " + process.errors());
+        throw std::runtime_error("the outputs stay as they are: " + process.errors());
     }
 }
 
@@ -30,18 +29,20 @@ Labwc::Labwc(std::optional<std::size_t> gammaSize, const std::string& keyBinding
         std::filesystem::copy_file(programFolder() / "noctactl", bin / "noctactl");
     }
     start({"labwc", "-c", configuration}, {{"PATH", bin.string() + ":" + std::getenv("PATH")}}, [] { return true; });
+    // It places them in the order in which it hears of them, the newest first.
+    configure({"--output", "HEADLESS-1", "--pos", "0,0", "--output", "HEADLESS-2", "--pos", "1280,0"});
 }
 
 void Labwc::switchOutput(const std::string& output, bool isOn) const {
-    configureOutput(output, {isOn ? "--on" : "--off"});
+    configure({"--output", output, isOn ? "--on" : "--off"});
 }
 
 void Labwc::setMode(const std::string& output, int width, int height) const {
-    configureOutput(output, {"--custom-mode", std::to_string(width) + "x" + std::to_string(height)});
+    configure({"--output", output, "--custom-mode", std::to_string(width) + "x" + std::to_string(height)});
 }
 
 void Labwc::setScale(const std::string& output, int scale) const {
-    configureOutput(output, {"--scale", std::to_string(scale)});
+    configure({"--output", output, "--scale", std::to_string(scale)});
 }
 
 } // namespace nocta::test

@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
@@ -11,6 +12,9 @@ namespace nocta::test {
 
 MessageBus::MessageBus(const std::string& type, std::string variable)
     : variable(std::move(variable)), busAddress("unix:path=" + (folder.path() / "bus").string()) {
+    // A compositor that refuses to be root's, and its programs, pass through it as somebody else.
+    using std::filesystem::perms;
+    std::filesystem::permissions(folder.path(), perms::owner_all | perms::group_exec | perms::others_exec);
     const auto configuration = folder.path() / "bus.conf";
     std::ofstream(configuration) << R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
   "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">

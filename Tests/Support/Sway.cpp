@@ -70,6 +70,8 @@ Sway::Sway(std::optional<std::size_t> gammaSize) : WlrCompositor(gammaSize) {
     start({"sway", "-c", write("sway.conf", configuration)},
           {{"SWAYSOCK", commandSocket()}, {"DBUS_SESSION_BUS_ADDRESS", ""}},
           [this] { return !ask(message::getVersion, "").empty(); });
+    // As when a person has come to the first screen last.
+    command("focus output HEADLESS-1");
 }
 
 void Sway::command(const std::string& text) const {

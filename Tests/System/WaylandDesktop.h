@@ -5,33 +5,36 @@
 #include "Support/Eventually.h"
 #include "Support/Process.h"
 #include "Support/SessionBus.h"
-#include "Support/Sway.h"
+#include "Support/WlrCompositor.h"
 
 #include <algorithm>
 #include <chrono>
-#include <cstddef>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
 namespace nocta::test {
 
-/// A person's session on sway: a compositor with two screens and gamma tables, a bus, a home.
-class WaylandDesktop : public Home {
+/// A person's session on a compositor with two screens and gamma tables, a bus, a home.
+class WaylandSession : public Home {
   protected:
-    /// With gamma tables of that size, or a compositor without any.
-    explicit WaylandDesktop(std::optional<std::size_t> gammaSize = 1024) : sway(gammaSize) {}
+    using MakeCompositor = std::function<std::unique_ptr<WlrCompositor>()>;
+
+    explicit WaylandSession(const MakeCompositor& makeCompositor) : compositor(makeCompositor()) {}
 
     [[nodiscard]] Process::Environment environment() const override {
         auto variables = Home::environment();
-        variables.emplace_back("SWAYSOCK", sway.commandSocket());
+        const auto more = compositor->environment();
+        variables.insert(variables.end(), more.begin(), more.end());
         return variables;
     }
 
     /// Nothing: their own calibration.
     [[nodiscard]] bool everyDisplayShows(const std::optional<Tint>& tint) const {
-        const auto outputs = sway.outputs();
+        const auto outputs = compositor->outputs();
         return std::ranges::all_of(outputs, [&](const std::string& output) {
-            const auto table = sway.table(output);
+            const auto table = compositor->table(output);
             return tint && table ? isTable(*table, *tint) : !tint && !table;
         });
     }
@@ -40,8 +43,14 @@ class WaylandDesktop : public Home {
         return eventually([&] { return everyDisplayShows(tint); }, std::chrono::seconds(30));
     }
 
-    Sway sway;
-    SessionBus bus;
+    SessionBus bus; ///< before the compositor, whose programs find it
+    std::unique_ptr<WlrCompositor> compositor;
+};
+
+/// On each compositor that is installed.
+class WaylandDesktop : public WaylandSession, public testing::WithParamInterface<WlrCompositorKind> {
+  protected:
+    WaylandDesktop() : WaylandSession([] { return GetParam().make(1024); }) {}
 };
 
 } // namespace nocta::test

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <random>
 #include <thread>
+#include <tuple>
 
 namespace nocta::test {
 namespace {
@@ -18,14 +19,19 @@ const Tint neutral = warmTint(6500, 1.0);
 constexpr Ending cleanExit{.exitStatus = 0};
 constexpr Ending failedStart{.exitStatus = 1};
 
-TEST_F(WaylandDesktop, LaunchPutsTheSavedPresetOnEveryDisplay) {
+const auto kinds = testing::ValuesIn(installedWlrCompositors());
+const auto nameOfKind = [](const auto& kind) { return kind.param.name; };
+
+INSTANTIATE_TEST_SUITE_P(Each, WaylandDesktop, kinds, nameOfKind);
+
+TEST_P(WaylandDesktop, LaunchPutsTheSavedPresetOnEveryDisplay) {
     writeSettings("[General]\nactivePresetID=dusk\n");
     const auto nocta = startNocta();
     EXPECT_TRUE(everyDisplayBecomes(dusk)) << nocta->errors();
     EXPECT_TRUE(nocta->children("nocta-guard").empty()) << "the compositor is the guard here";
 }
 
-TEST_F(WaylandDesktop, WithTheFilterOffLaunchLoadsNothing) {
+TEST_P(WaylandDesktop, WithTheFilterOffLaunchLoadsNothing) {
     writeSettings("[General]\nactivePresetID=dusk\nfilterEnabled=false\n");
     const auto nocta = startDrivenNocta();
     // What it saves shows that it has launched.
@@ -36,21 +42,26 @@ TEST_F(WaylandDesktop, WithTheFilterOffLaunchLoadsNothing) {
     EXPECT_TRUE(everyDisplayBecomes(dusk)) << nocta->errors();
 }
 
-class WaylandDesktopEndedBy : public WaylandDesktop, public testing::WithParamInterface<int> {};
+class WaylandDesktopEndedBy : public WaylandSession,
+                              public testing::WithParamInterface<std::tuple<WlrCompositorKind, int>> {
+  protected:
+    WaylandDesktopEndedBy() : WaylandSession([] { return std::get<0>(GetParam()).make(1024); }) {}
+};
 
 TEST_P(WaylandDesktopEndedBy, GivesTheDisplaysTheirOwnBackAndExitsCleanly) {
     writeSettings("[General]\nactivePresetID=dusk\n");
     const auto nocta = startNocta();
     ASSERT_TRUE(everyDisplayBecomes(dusk));
-    nocta->signal(GetParam());
+    nocta->signal(std::get<1>(GetParam()));
     EXPECT_EQ(nocta->waitForEnd(), cleanExit);
     EXPECT_TRUE(everyDisplayBecomes(std::nullopt));
     EXPECT_EQ(nocta->errors(), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, WaylandDesktopEndedBy, testing::Values(SIGTERM, SIGINT, SIGHUP));
+INSTANTIATE_TEST_SUITE_P(Signals, WaylandDesktopEndedBy,
+                         testing::Combine(kinds, testing::Values(SIGTERM, SIGINT, SIGHUP)));
 
-TEST_F(WaylandDesktop, FadesAndGivesItsOwnBackOnQuit) {
+TEST_P(WaylandDesktop, FadesAndGivesItsOwnBackOnQuit) {
     const auto nocta = startDrivenNocta();
     ASSERT_TRUE(everyDisplayBecomes(neutral));
     nocta->write("preset evening\n");
@@ -64,36 +75,40 @@ TEST_F(WaylandDesktop, FadesAndGivesItsOwnBackOnQuit) {
     EXPECT_TRUE(everyDisplayBecomes(std::nullopt));
 }
 
-TEST_F(WaylandDesktop, ADisplayPluggedInGetsTheFilter) {
+TEST_P(WaylandDesktop, ADisplayPluggedInGetsTheFilter) {
     writeSettings("[General]\nactivePresetID=dusk\n");
     const auto nocta = startNocta();
     ASSERT_TRUE(everyDisplayBecomes(dusk));
-    const auto plugged = sway.plug();
+    const auto plugged = compositor->plug();
     EXPECT_TRUE(everyDisplayBecomes(dusk));
-    EXPECT_TRUE(sway.table(plugged).has_value());
-    sway.unplug();
+    EXPECT_TRUE(compositor->table(plugged).has_value());
+    compositor->unplug();
     nocta->signal(SIGTERM);
     EXPECT_EQ(nocta->waitForEnd(), cleanExit);
     EXPECT_TRUE(everyDisplayBecomes(std::nullopt));
 }
 
-TEST_F(WaylandDesktop, WithoutGammaTablesItRunsOnAndServesThemWhenTheyCome) {
-    sway.setGammaSize(0);
+TEST_P(WaylandDesktop, WithoutGammaTablesItRunsOnAndServesThemWhenTheyCome) {
+    compositor->setGammaSize(0);
     writeSettings("[General]\nactivePresetID=dusk\n");
     const auto nocta = startDrivenNocta();
     nocta->write("interval 30\n");
     ASSERT_TRUE(eventually([this] { return settings().find("breakIntervalMinutes=30\n") != std::string::npos; }));
     EXPECT_TRUE(everyDisplayShows(std::nullopt));
-    sway.setGammaSize(1024);
+    compositor->setGammaSize(1024);
     EXPECT_TRUE(everyDisplayBecomes(dusk));
 }
 
-class WaylandDesktopWithoutGammaControl : public WaylandDesktop, protected Conversation {
+class WaylandDesktopWithoutGammaControl : public WaylandSession,
+                                          public testing::WithParamInterface<WlrCompositorKind>,
+                                          protected Conversation {
   protected:
-    WaylandDesktopWithoutGammaControl() : WaylandDesktop(std::nullopt) {}
+    WaylandDesktopWithoutGammaControl() : WaylandSession([] { return GetParam().make(std::nullopt); }) {}
 };
 
-TEST_F(WaylandDesktopWithoutGammaControl, EverythingButTheFilterRuns) {
+INSTANTIATE_TEST_SUITE_P(Each, WaylandDesktopWithoutGammaControl, kinds, nameOfKind);
+
+TEST_P(WaylandDesktopWithoutGammaControl, EverythingButTheFilterRuns) {
     writeSettings("[General]\nactivePresetID=dusk\nbreaksEnabled=true\nbreakIntervalMinutes=1440\n"
                   "breakDurationSeconds=3600\n");
     nocta = startDrivenNocta();
@@ -126,32 +141,32 @@ TEST_F(WaylandDesktopWithoutGammaControl, EverythingButTheFilterRuns) {
     EXPECT_EQ(nocta->errors(), saidBefore);
 }
 
-TEST_F(WaylandDesktop, AStaleXServerDoesNotConfuseIt) {
+TEST_P(WaylandDesktop, AStaleXServerDoesNotConfuseIt) {
     setenv("DISPLAY", ":4095", 1);
     const auto nocta = startNocta();
     EXPECT_TRUE(everyDisplayBecomes(neutral)) << nocta->errors();
     unsetenv("DISPLAY");
 }
 
-TEST_F(WaylandDesktop, EndsWithAnErrorWhenTheCompositorGoesAway) {
+TEST_P(WaylandDesktop, EndsWithAnErrorWhenTheCompositorGoesAway) {
     const auto nocta = startNocta();
     ASSERT_TRUE(everyDisplayBecomes(neutral));
-    sway.kill();
+    compositor->kill();
     EXPECT_EQ(nocta->waitForEnd(), failedStart);
     EXPECT_EQ(nocta->errors(), "nocta: the display server went away\n");
 }
 
-TEST_F(WaylandDesktop, WithTheFilterOffItEndsTheSameWay) {
+TEST_P(WaylandDesktop, WithTheFilterOffItEndsTheSameWay) {
     writeSettings("[General]\nfilterEnabled=false\n");
     const auto nocta = startDrivenNocta();
     nocta->write("interval 30\n");
     ASSERT_TRUE(eventually([this] { return settings().find("breakIntervalMinutes=30\n") != std::string::npos; }));
-    sway.kill();
+    compositor->kill();
     EXPECT_EQ(nocta->waitForEnd(), failedStart);
     EXPECT_EQ(nocta->errors(), "nocta: the display server went away\n");
 }
 
-TEST_F(WaylandDesktop, WithoutACompositorItSaysSoInOneLine) {
+TEST_P(WaylandDesktop, WithoutACompositorItSaysSoInOneLine) {
     auto changed = environment();
     changed.emplace_back("WAYLAND_DISPLAY", "/nonexistent/wayland-1");
     Process nocta({programFolder() / "nocta"}, changed);
@@ -160,7 +175,7 @@ TEST_F(WaylandDesktop, WithoutACompositorItSaysSoInOneLine) {
     EXPECT_TRUE(nocta.errors().starts_with("nocta: ")) << nocta.errors();
 }
 
-TEST_F(WaylandDesktop, WithoutABusASecondLaunchOnTheSameCompositorIsRefused) {
+TEST_P(WaylandDesktop, WithoutABusASecondLaunchOnTheSameCompositorIsRefused) {
     auto alone = environment();
     alone.emplace_back("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
     Process first({programFolder() / "nocta"}, alone);
@@ -176,7 +191,7 @@ int killCount() {
     return wanted != nullptr ? std::atoi(wanted) : 25;
 }
 
-TEST_F(WaylandDesktop, NoRandomKillLeavesATint) {
+TEST_P(WaylandDesktop, NoRandomKillLeavesATint) {
     const auto seed = std::random_device()();
     std::minstd_rand random(seed);
     SCOPED_TRACE("seed " + std::to_string(seed));

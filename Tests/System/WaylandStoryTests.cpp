@@ -2,9 +2,8 @@
 #include "Support/PhysicalKey.h"
 #include "Support/ProcessMemory.h"
 #include "Support/ScreenPicture.h"
-#include "Support/WaylandPointer.h"
-#include "WaylandDesktop.h"
-#include "WaylandHands.h"
+#include "Support/Sway.h"
+#include "WaylandPerson.h"
 
 #include <csignal>
 #include <cstdint>
@@ -23,42 +22,20 @@ const Tint evening = warmTint(2700, 0.7);
 /// The colour of the eye in the panel at the temperature of dusk, as on dark panels.
 constexpr std::uint32_t orange = 0xFF9F0A;
 
-/// A person at a Wayland desktop, which they use with mouse and keyboard alone.
-class PersonsWaylandDay : public WaylandDesktop, protected WaylandHands {
+class PersonsWaylandDay : public WaylandPerson, public testing::WithParamInterface<WlrCompositorKind> {
   protected:
-    PersonsWaylandDay() { sway.command("focus output HEADLESS-1"); }
-
-    /// Starts Nocta and waits for the popover that greets them.
-    void launch() {
-        nocta = startDrivenNocta();
-        ASSERT_TRUE(popoverAppears()) << nocta->errors();
-    }
-
-    [[nodiscard]] ScreenPicture picture() const override { return ScreenPicture::ofCompositor(); }
-    void click(const Point& point) override {
-        pointer.move(static_cast<std::uint32_t>(point.x), static_cast<std::uint32_t>(point.y), 2560, 800);
-        pointer.click();
-    }
-    /// A keyboard is plugged in for it: who has the keyboard learns of that first.
-    void press(const std::string& key) {
-        Process typing({"wtype", "-s", "100", "-k", key, "-s", "50"}, environment());
-        ASSERT_EQ(typing.waitForEnd(), Ending{.exitStatus = 0}) << typing.errors();
-    }
-    void pressEscape() override { press("Escape"); }
-
-    /// A window of another program, on the screen that has the keyboard.
-    [[nodiscard]] std::unique_ptr<Process> openWindow(const std::string& applicationId, const std::string& script) {
-        const auto before = sway.windowCount();
-        auto window = std::make_unique<Process>(
-            std::vector<std::string>{"foot", "--app-id=" + applicationId, "sh", "-c", script}, environment());
-        EXPECT_TRUE(eventually([&] { return sway.windowCount() > before; })) << window->errors();
-        return window;
-    }
-
-    WaylandPointer pointer;
+    PersonsWaylandDay() : WaylandPerson([] { return GetParam().make(1024); }) {}
 };
 
-TEST_F(PersonsWaylandDay, TheFirstLaunchGreetsAndQuitGivesTheScreenBack) {
+INSTANTIATE_TEST_SUITE_P(Each, PersonsWaylandDay, testing::ValuesIn(installedWlrCompositors()),
+                         [](const auto& kind) { return kind.param.name; });
+
+class PersonsSwayDay : public WaylandPerson {
+  protected:
+    PersonsSwayDay() : WaylandPerson([] { return std::make_unique<Sway>(); }) {}
+};
+
+TEST_P(PersonsWaylandDay, TheFirstLaunchGreetsAndQuitGivesTheScreenBack) {
     launch();
     EXPECT_TRUE(everyDisplayBecomes(neutral));
     EXPECT_TRUE(place("Natural, 6500K")) << "the presets";
@@ -69,31 +46,32 @@ TEST_F(PersonsWaylandDay, TheFirstLaunchGreetsAndQuitGivesTheScreenBack) {
     EXPECT_TRUE(everyDisplayBecomes(std::nullopt));
 }
 
-TEST_F(PersonsWaylandDay, NoDriverOfOpenGLIsLoadedThatCostsMoreMemoryThanTheProgram) {
+TEST_P(PersonsWaylandDay, NoDriverOfOpenGLIsLoadedThatCostsMoreMemoryThanTheProgram) {
     launch();
     EXPECT_TRUE(hasLoaded(nocta->id(), "libQt6Gui")) << "what is loaded can be seen";
     EXPECT_FALSE(hasLoaded(nocta->id(), "libEGL_"));
     EXPECT_FALSE(hasLoaded(nocta->id(), "libGLX_"));
 }
 
-TEST_F(PersonsWaylandDay, APresetIsPicked) {
+TEST_P(PersonsWaylandDay, APresetIsPicked) {
     launch();
     EXPECT_TRUE(clickUntil("Dusk, 3400K", [this] { return settingsHave("activePresetID=dusk"); }));
     EXPECT_TRUE(everyDisplayBecomes(dusk));
     EXPECT_TRUE(place("Quit Nocta")) << "a click inside does not close";
 }
 
-TEST_F(PersonsWaylandDay, AClickElsewhereClosesThePopoverOnWhicheverScreen) {
+TEST_P(PersonsWaylandDay, AClickElsewhereClosesThePopoverOnWhicheverScreen) {
     launch();
     EXPECT_TRUE(clickUntil(desktop, [this] { return !place("Quit Nocta"); }));
     for (const auto& elsewhere : {secondDesktop, desktop}) {
+        pointer.move(640, 400, 2560, 800);
         EXPECT_EQ(startNocta()->waitForEnd(), Ending{.exitStatus = 0}) << "a second launch opens it";
         ASSERT_TRUE(popoverAppears());
         EXPECT_TRUE(clickUntil(elsewhere, [this] { return !place("Quit Nocta"); })) << elsewhere.x;
     }
 }
 
-TEST_F(PersonsWaylandDay, EscapeClosesThePopoverAndTheWindowBelowHasTheKeyboardAgain) {
+TEST_P(PersonsWaylandDay, EscapeClosesThePopoverAndTheWindowBelowHasTheKeyboardAgain) {
     const auto note = home.path() / "note";
     const auto editor = openWindow("org.example.editor", "read line; echo $line >" + note.string() + "; sleep 100");
     launch();
@@ -107,7 +85,7 @@ TEST_F(PersonsWaylandDay, EscapeClosesThePopoverAndTheWindowBelowHasTheKeyboardA
     }));
 }
 
-TEST_F(PersonsWaylandDay, AnApplicationInFrontHasItsPreset) {
+TEST_P(PersonsWaylandDay, AnApplicationInFrontHasItsPreset) {
     writeSettings("[General]\nactivePresetID=dusk\n"
                   "appProfiles=\"@ByteArray({\\\"org.example.film\\\":\\\"evening\\\"})\"\n");
     launch();
@@ -117,11 +95,11 @@ TEST_F(PersonsWaylandDay, AnApplicationInFrontHasItsPreset) {
     EXPECT_TRUE(everyDisplayBecomes(evening));
     const auto other = openWindow("org.example.other", "sleep 100");
     EXPECT_TRUE(everyDisplayBecomes(dusk));
-    sway.command("[app_id=org.example.film] focus");
+    compositor->focus("org.example.film");
     EXPECT_TRUE(everyDisplayBecomes(evening));
 }
 
-TEST_F(PersonsWaylandDay, ABreakCoversThePopoverAndGivesItsPlaceBack) {
+TEST_P(PersonsWaylandDay, ABreakCoversThePopoverAndGivesItsPlaceBack) {
     writeSettings("[General]\nbreaksEnabled=true\nbreakIntervalMinutes=1440\nbreakDurationSeconds=3600\n");
     launch();
     nocta->write("break\n");
@@ -136,7 +114,7 @@ TEST_F(PersonsWaylandDay, ABreakCoversThePopoverAndGivesItsPlaceBack) {
     EXPECT_TRUE(escapeClosesThePopover());
 }
 
-TEST_F(PersonsWaylandDay, ABreakIsSkippedByItsButton) {
+TEST_P(PersonsWaylandDay, ABreakIsSkippedByItsButton) {
     writeSettings("[General]\nbreaksEnabled=true\nbreakIntervalMinutes=1440\nbreakDurationSeconds=3600\n");
     launch();
     ASSERT_TRUE(escapeClosesThePopover());
@@ -147,7 +125,7 @@ TEST_F(PersonsWaylandDay, ABreakIsSkippedByItsButton) {
     EXPECT_TRUE(eventually([this] { return nocta->errors().find("0 taken, 1 skipped") != std::string::npos; }));
 }
 
-TEST_F(PersonsWaylandDay, ABreakIsSkippedByTheKeyboard) {
+TEST_P(PersonsWaylandDay, ABreakIsSkippedByTheKeyboard) {
     writeSettings("[General]\nbreaksEnabled=true\nbreakIntervalMinutes=1440\nbreakDurationSeconds=3600\n");
     launch();
     ASSERT_TRUE(escapeClosesThePopover());
@@ -162,7 +140,7 @@ TEST_F(PersonsWaylandDay, ABreakIsSkippedByTheKeyboard) {
     EXPECT_TRUE(eventually([this] { return nocta->errors().find("0 taken, 1 skipped") != std::string::npos; }));
 }
 
-TEST_F(PersonsWaylandDay, ABreakEndsByItself) {
+TEST_P(PersonsWaylandDay, ABreakEndsByItself) {
     writeSettings("[General]\nbreaksEnabled=true\nbreakIntervalMinutes=1440\nbreakDurationSeconds=1\n");
     launch();
     ASSERT_TRUE(escapeClosesThePopover());
@@ -173,7 +151,7 @@ TEST_F(PersonsWaylandDay, ABreakEndsByItself) {
     EXPECT_TRUE(eventually([this] { return nocta->errors().find("1 taken, 0 skipped") != std::string::npos; }));
 }
 
-TEST_F(PersonsWaylandDay, TheShortcutGoesToTheNextPresetUnlessThePopoverHasTheKeyboard) {
+TEST_F(PersonsSwayDay, TheShortcutGoesToTheNextPresetUnlessThePopoverHasTheKeyboard) {
     launch();
     pressPhysicalI({"logo", "shift"});
     ASSERT_TRUE(escapeClosesThePopover());
@@ -185,7 +163,7 @@ TEST_F(PersonsWaylandDay, TheShortcutGoesToTheNextPresetUnlessThePopoverHasTheKe
     EXPECT_TRUE(everyDisplayBecomes(dusk));
 }
 
-TEST_F(PersonsWaylandDay, TheShortcutsMessageIsOnTheScreen) {
+TEST_F(PersonsSwayDay, TheShortcutsMessageIsOnTheScreen) {
     constexpr std::uint32_t ground = 0x285577; // of this daemon's messages
     Process notifications({"mako"}, environment());
     launch();
@@ -193,12 +171,15 @@ TEST_F(PersonsWaylandDay, TheShortcutsMessageIsOnTheScreen) {
     ASSERT_EQ(picture().count(ground), 0U);
     pressPhysicalI({"logo", "shift"});
     EXPECT_TRUE(eventually([&] { return picture().count(ground) > 1000; })) << notifications.errors();
-    Process question({"sh", "-c", "makoctl list >&2"}, environment());
+    Process question({"sh", "-c",
+                      "gdbus call --session --dest org.freedesktop.Notifications --object-path /fr/emersion/Mako "
+                      "--method fr.emersion.Mako.ListNotifications >&2"},
+                     environment());
     ASSERT_EQ(question.waitForEnd(), Ending{.exitStatus = 0}) << question.errors();
     EXPECT_NE(question.errors().find("Switched to Focus (5000K)"), std::string::npos) << question.errors();
 }
 
-TEST_F(PersonsWaylandDay, TheSelectedTabIsStillSelectedAtTheNextOpening) {
+TEST_P(PersonsWaylandDay, TheSelectedTabIsStillSelectedAtTheNextOpening) {
     launch();
     ASSERT_TRUE(clickUntil("Stats", [this] { return place("Eye Health Score").has_value(); }));
     ASSERT_TRUE(clickUntil(desktop, [this] { return !place("Quit Nocta"); }));
@@ -206,23 +187,23 @@ TEST_F(PersonsWaylandDay, TheSelectedTabIsStillSelectedAtTheNextOpening) {
     EXPECT_TRUE(appears("Eye Health Score"));
 }
 
-TEST_F(PersonsWaylandDay, ThePopoverClosesWithItsScreenAndOpensOnTheNext) {
+TEST_P(PersonsWaylandDay, ThePopoverClosesWithItsScreenAndOpensOnTheNext) {
     launch();
-    sway.command("output HEADLESS-1 disable");
+    compositor->switchOutput("HEADLESS-1", false);
     EXPECT_TRUE(popoverCloses());
     EXPECT_EQ(startNocta()->waitForEnd(), Ending{.exitStatus = 0});
     ASSERT_TRUE(popoverAppears());
-    sway.command("output HEADLESS-2 disable");
+    compositor->switchOutput("HEADLESS-2", false);
     EXPECT_TRUE(popoverCloses());
     EXPECT_EQ(startNocta()->waitForEnd(), Ending{.exitStatus = 0}) << "with all screens off";
-    sway.command("output HEADLESS-1 enable");
+    compositor->switchOutput("HEADLESS-1", true);
     EXPECT_TRUE(eventually([this] {
         startNocta()->waitForEnd();
         return popoverIsOnScreen();
     }));
 }
 
-TEST_F(PersonsWaylandDay, AClickOnTheItemInThePanelOpensAndClosesThePopover) {
+TEST_P(PersonsWaylandDay, AClickOnTheItemInThePanelOpensAndClosesThePopover) {
     writeSettings("[General]\nactivePresetID=dusk\n");
     const Panel panel(PanelKind::waybar);
     ASSERT_TRUE(panel.hasHost());
@@ -244,7 +225,7 @@ TEST_F(PersonsWaylandDay, AClickOnTheItemInThePanelOpensAndClosesThePopover) {
     }
 }
 
-TEST_F(PersonsWaylandDay, ThePopoverStandsAboveAPanelAtTheBottom) {
+TEST_F(PersonsSwayDay, ThePopoverStandsAboveAPanelAtTheBottom) {
     writeSettings("[General]\nactivePresetID=dusk\n");
     const Panel panel(PanelKind::waybarBelow);
     ASSERT_TRUE(panel.hasHost());
@@ -264,7 +245,7 @@ TEST_F(PersonsWaylandDay, ThePopoverStandsAboveAPanelAtTheBottom) {
     EXPECT_TRUE(eventually(isThere));
 }
 
-TEST_F(PersonsWaylandDay, AClickOnAnItemAtTheLowerEdgeOpensThePopoverAboveIt) {
+TEST_P(PersonsWaylandDay, AClickOnAnItemAtTheLowerEdgeOpensThePopoverAboveIt) {
     const Panel panel(PanelKind::waybar);
     ASSERT_TRUE(panel.hasHost());
     launch();
