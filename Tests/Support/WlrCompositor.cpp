@@ -96,6 +96,39 @@ class Visit {
     std::list<Window> windows;
 };
 
+const wl_output_listener Visit::outputListener{
+    .geometry = [](void*, wl_output*, std::int32_t, std::int32_t, std::int32_t, std::int32_t, std::int32_t, const char*,
+                   const char*, std::int32_t) {},
+    .mode = [](void*, wl_output*, std::uint32_t, std::int32_t, std::int32_t, std::int32_t) {},
+    .done = [](void*, wl_output*) {},
+    .scale = [](void*, wl_output*, std::int32_t) {},
+    .name = [](void* data, wl_output*, const char* name) { *static_cast<std::string*>(data) = name; },
+    .description = [](void*, wl_output*, const char*) {}};
+
+const zwlr_foreign_toplevel_handle_v1_listener Visit::windowListener{
+    .title = [](void*, zwlr_foreign_toplevel_handle_v1*, const char*) {},
+    .app_id = [](void* data, zwlr_foreign_toplevel_handle_v1*,
+                 const char* id) { static_cast<Window*>(data)->applicationId = id; },
+    .output_enter = [](void*, zwlr_foreign_toplevel_handle_v1*, wl_output*) {},
+    .output_leave = [](void*, zwlr_foreign_toplevel_handle_v1*, wl_output*) {},
+    .state = [](void*, zwlr_foreign_toplevel_handle_v1*, wl_array*) {},
+    .done = [](void*, zwlr_foreign_toplevel_handle_v1*) {},
+    .closed =
+        [](void* data, zwlr_foreign_toplevel_handle_v1*) {
+            auto* const closed = static_cast<Window*>(data);
+            closed->visit->windows.remove_if([closed](const Window& window) { return &window == closed; });
+        },
+    .parent = [](void*, zwlr_foreign_toplevel_handle_v1*, zwlr_foreign_toplevel_handle_v1*) {}};
+
+const zwlr_foreign_toplevel_manager_v1_listener Visit::managerListener{
+    .toplevel =
+        [](void* data, zwlr_foreign_toplevel_manager_v1*, zwlr_foreign_toplevel_handle_v1* handle) {
+            auto& visit = *static_cast<Visit*>(data);
+            auto& window = visit.windows.emplace_back(Window{.visit = &visit, .handle = handle, .applicationId = {}});
+            zwlr_foreign_toplevel_handle_v1_add_listener(handle, &windowListener, &window);
+        },
+    .finished = [](void*, zwlr_foreign_toplevel_manager_v1*) {}};
+
 const wl_registry_listener Visit::registryListener{
     .global =
         [](void* data, wl_registry* registry, std::uint32_t name, const char* interface, std::uint32_t /*version*/) {
@@ -115,39 +148,6 @@ const wl_registry_listener Visit::registryListener{
             }
         },
     .global_remove = [](void*, wl_registry*, std::uint32_t) {}};
-
-const wl_output_listener Visit::outputListener{
-    .geometry = [](void*, wl_output*, std::int32_t, std::int32_t, std::int32_t, std::int32_t, std::int32_t, const char*,
-                   const char*, std::int32_t) {},
-    .mode = [](void*, wl_output*, std::uint32_t, std::int32_t, std::int32_t, std::int32_t) {},
-    .done = [](void*, wl_output*) {},
-    .scale = [](void*, wl_output*, std::int32_t) {},
-    .name = [](void* data, wl_output*, const char* name) { *static_cast<std::string*>(data) = name; },
-    .description = [](void*, wl_output*, const char*) {}};
-
-const zwlr_foreign_toplevel_manager_v1_listener Visit::managerListener{
-    .toplevel =
-        [](void* data, zwlr_foreign_toplevel_manager_v1*, zwlr_foreign_toplevel_handle_v1* handle) {
-            auto& visit = *static_cast<Visit*>(data);
-            auto& window = visit.windows.emplace_back(Window{.visit = &visit, .handle = handle, .applicationId = {}});
-            zwlr_foreign_toplevel_handle_v1_add_listener(handle, &windowListener, &window);
-        },
-    .finished = [](void*, zwlr_foreign_toplevel_manager_v1*) {}};
-
-const zwlr_foreign_toplevel_handle_v1_listener Visit::windowListener{
-    .title = [](void*, zwlr_foreign_toplevel_handle_v1*, const char*) {},
-    .app_id = [](void* data, zwlr_foreign_toplevel_handle_v1*,
-                 const char* id) { static_cast<Window*>(data)->applicationId = id; },
-    .output_enter = [](void*, zwlr_foreign_toplevel_handle_v1*, wl_output*) {},
-    .output_leave = [](void*, zwlr_foreign_toplevel_handle_v1*, wl_output*) {},
-    .state = [](void*, zwlr_foreign_toplevel_handle_v1*, wl_array*) {},
-    .done = [](void*, zwlr_foreign_toplevel_handle_v1*) {},
-    .closed =
-        [](void* data, zwlr_foreign_toplevel_handle_v1*) {
-            auto* const closed = static_cast<Window*>(data);
-            closed->visit->windows.remove_if([closed](const Window& window) { return &window == closed; });
-        },
-    .parent = [](void*, zwlr_foreign_toplevel_handle_v1*, zwlr_foreign_toplevel_handle_v1*) {}};
 
 } // namespace
 
