@@ -320,7 +320,7 @@ TEST_F(Breaks, TheWallClockSetBackMakesTimeLongerThanTheIntervalAndMovesNoBreak)
 }
 
 TEST_F(Breaks, ADayOfBreaksLeavesTheMemoryAsItWas) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef NOCTA_SANITIZED
     GTEST_SKIP() << "the sanitizer has an allocator of its own";
 #endif
     const auto day = [this] {

@@ -28,6 +28,9 @@ struct Factors {
     }
 };
 
+/// What an engine starts with.
+inline constexpr Factors untouched{1.0, 1.0, 1.0, 1.0};
+
 /// Sees what a filter engine keeps to itself.
 class FilterEngineInspector {
   public:

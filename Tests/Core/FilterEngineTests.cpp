@@ -21,7 +21,6 @@ namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr Factors untouched{1.0, 1.0, 1.0, 1.0};
 
 /// Longer than any fade of these tests, so that what is left of one would show.
 constexpr Seconds longAfter{60};

@@ -20,7 +20,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr Factors untouched{1.0, 1.0, 1.0, 1.0};
 const Factors neutral = factorsOf(6500, 1.0);
 const Factors dusk = factorsOf(3400, 0.8);
 const Factors evening = factorsOf(2700, 0.7);

@@ -19,19 +19,19 @@ namespace nocta {
 namespace {
 
 /// The table entries that full white is turned into.
-struct White {
+struct WhitePoint {
     float red = 0;
     float green = 0;
     float blue = 0;
 
-    bool operator==(const White&) const = default;
+    bool operator==(const WhitePoint&) const = default;
 };
 
 class UserActions : public testing::Test {
   protected:
     static AppState& state() { return AppState::shared(); }
     [[nodiscard]] std::size_t frames() const { return platform.displays.loads().size(); }
-    [[nodiscard]] White white() const {
+    [[nodiscard]] WhitePoint white() const {
         const auto& last = platform.displays.loads().back();
         return {last.red.back(), last.green.back(), last.blue.back()};
     }
@@ -45,7 +45,7 @@ class UserActions : public testing::Test {
 
     /// What is on the screen is what an engine of its own puts there for these values.
     void expectOnScreen(std::int64_t temp, double brightness) {
-        const White shown = white();
+        const WhitePoint shown = white();
         FilterEngineInspector::makeEngine()->applyImmediate(temp, brightness);
         EXPECT_EQ(shown, white());
     }

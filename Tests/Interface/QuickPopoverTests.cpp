@@ -272,9 +272,10 @@ TEST_F(QuickPopoverTest, APanelThatIsPartOfTheWindowManagerStaysFree) {
     EXPECT_EQ(test::ScreenPicture().at(1280 - 9, 31), desktopColor);
 }
 
-class UnderAWindowManager : public QuickPopoverTest, public testing::WithParamInterface<std::vector<std::string>> {
+class PopoverUnderAWindowManager : public QuickPopoverTest,
+                                   public testing::WithParamInterface<std::vector<std::string>> {
   protected:
-    UnderAWindowManager() {
+    PopoverUnderAWindowManager() {
         EXPECT_TRUE(application.runUntil([this] { return !property(server.root(), "_NET_SUPPORTED").empty(); }));
     }
 
@@ -300,7 +301,7 @@ class UnderAWindowManager : public QuickPopoverTest, public testing::WithParamIn
     test::Process manager{GetParam(), {{"XDG_CONFIG_HOME", folder.path()}}};
 };
 
-TEST_P(UnderAWindowManager, ItTakesTheKeyboardAndGivesItBack) {
+TEST_P(PopoverUnderAWindowManager, ItTakesTheKeyboardAndGivesItBack) {
     const auto editor = makeManaged();
     open(item);
     ASSERT_TRUE(application.runUntil([&] { return focused(server) != editor; }));
@@ -311,7 +312,7 @@ TEST_P(UnderAWindowManager, ItTakesTheKeyboardAndGivesItBack) {
     EXPECT_TRUE(application.runUntil([&] { return focused(server) == editor; }));
 }
 
-TEST_P(UnderAWindowManager, ItLeavesTheKeyboardToWhoTookIt) {
+TEST_P(PopoverUnderAWindowManager, ItLeavesTheKeyboardToWhoTookIt) {
     const auto editor = makeManaged();
     open(item);
     ASSERT_TRUE(application.runUntil([&] { return focused(server) != editor; }));
@@ -321,7 +322,7 @@ TEST_P(UnderAWindowManager, ItLeavesTheKeyboardToWhoTookIt) {
     EXPECT_EQ(focused(server), terminal);
 }
 
-TEST_P(UnderAWindowManager, ItIsInNoTaskListAndNoSwitcher) {
+TEST_P(PopoverUnderAWindowManager, ItIsInNoTaskListAndNoSwitcher) {
     const auto editor = makeManaged();
     open(item);
     ASSERT_TRUE(screenBecomes([](const auto& screen) { return screen.count(bodyColor) == 340U * 560U; }));
@@ -331,7 +332,7 @@ TEST_P(UnderAWindowManager, ItIsInNoTaskListAndNoSwitcher) {
     EXPECT_TRUE(active == editor || active == XCB_WINDOW_NONE);
 }
 
-INSTANTIATE_TEST_SUITE_P(Managers, UnderAWindowManager,
+INSTANTIATE_TEST_SUITE_P(Managers, PopoverUnderAWindowManager,
                          testing::Values(std::vector<std::string>{"openbox"},
                                          std::vector<std::string>{"xfwm4", "--compositor=off"}),
                          [](const auto& manager) { return manager.param.front(); });

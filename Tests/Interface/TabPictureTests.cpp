@@ -32,7 +32,7 @@ namespace nocta {
 namespace {
 
 /// A state of a tab that looks like no other one.
-struct Look {
+struct TabLook {
     std::string name; ///< of the picture
     std::string tab;
     void (*prepare)();
@@ -40,7 +40,7 @@ struct Look {
     void (*adjust)() = [] {};
     Seconds afterNoon{};
 
-    friend std::ostream& operator<<(std::ostream& stream, const Look& look) { return stream << look.name; }
+    friend std::ostream& operator<<(std::ostream& stream, const TabLook& look) { return stream << look.name; }
 };
 
 AppState& state() {
@@ -56,7 +56,7 @@ void prepareStats() {
 
 constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
 
-const auto looks = std::to_array<Look>({
+const auto looks = std::to_array<TabLook>({
     {"schedule-off", "Schedule", [] {}},
     {"schedule-location", "Schedule",
      [] {
@@ -113,7 +113,7 @@ const auto looks = std::to_array<Look>({
      [] { state().exposureScore = 100; }},
 });
 
-class TabPicture : public testing::TestWithParam<std::tuple<Look, ColorScheme, int>> {
+class TabPicture : public testing::TestWithParam<std::tuple<TabLook, ColorScheme, int>> {
   protected:
     TabPicture() {
         world.appearance.setColorScheme(std::get<ColorScheme>(GetParam()));
@@ -122,7 +122,7 @@ class TabPicture : public testing::TestWithParam<std::tuple<Look, ColorScheme, i
     }
 
     void show() {
-        const Look& look = std::get<Look>(GetParam());
+        const TabLook& look = std::get<TabLook>(GetParam());
         world.jump(look.afterNoon);
         look.prepare();
         if (look.tab == "Schedule") {
@@ -143,11 +143,11 @@ class TabPicture : public testing::TestWithParam<std::tuple<Look, ColorScheme, i
                                               QVariantMap{{"model", QVariant::fromValue(model.get())}});
     }
 
-    [[nodiscard]] static std::string fileName(const Look& look) {
+    [[nodiscard]] static std::string fileName(const TabLook& look) {
         const auto& [ignored, scheme, scale] = GetParam();
         return look.name + (scheme == ColorScheme::dark ? "-dark" : "-light") + (scale == 2 ? "-at-2" : "") + ".png";
     }
-    [[nodiscard]] static QImage documented(const Look& look) {
+    [[nodiscard]] static QImage documented(const TabLook& look) {
         return QImage(QStringLiteral(NOCTA_PICTURES_FOLDER "/") + QString::fromStdString(fileName(look)))
             .convertToFormat(QImage::Format_RGB32);
     }
@@ -165,7 +165,7 @@ class TabPicture : public testing::TestWithParam<std::tuple<Look, ColorScheme, i
 
 TEST_P(TabPicture, IsAsInTheDocumentation) {
     show();
-    const Look& look = std::get<Look>(GetParam());
+    const TabLook& look = std::get<TabLook>(GetParam());
     const QImage expected = documented(look);
     constexpr double allowed = 0.005;
     const QDeadlineTimer deadline(std::chrono::seconds(10));
@@ -180,14 +180,14 @@ TEST_P(TabPicture, IsAsInTheDocumentation) {
         FAIL() << difference(picture, expected) << " of what is drawn differs; look at " << file
                << ", and if it is right, put it into the documentation";
     }
-    for (const Look& other : looks) {
+    for (const TabLook& other : looks) {
         if (other.name != look.name) {
             EXPECT_GT(difference(picture, documented(other)), allowed) << "nor is it " << other.name;
         }
     }
 }
 
-std::string testName(const testing::TestParamInfo<std::tuple<Look, ColorScheme, int>>& info) {
+std::string testName(const testing::TestParamInfo<std::tuple<TabLook, ColorScheme, int>>& info) {
     const auto& [look, scheme, scale] = info.param;
     std::string name = look.name + (scheme == ColorScheme::dark ? "_dark" : "_light") + (scale == 2 ? "_at_2" : "");
     std::ranges::replace(name, '-', '_');

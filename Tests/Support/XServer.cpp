@@ -16,7 +16,7 @@ namespace nocta::test {
 
 namespace {
 
-constexpr const char* configuration = R"(
+constexpr const char* serverConfiguration = R"(
 Section "ServerFlags"
     Option "DontVTSwitch" "true"
     Option "AllowMouseOpenFail" "true"
@@ -75,7 +75,7 @@ std::string authority() {
 
 XServer::XServer() {
     const auto configurationFile = folder.path() / "xorg.conf";
-    std::ofstream(configurationFile) << configuration;
+    std::ofstream(configurationFile) << serverConfiguration;
     const auto emptyFolder = folder.path() / "conf.d";
     std::filesystem::create_directory(emptyFolder);
     // Keeps out what still runs for a server that had this one's number before.

@@ -10,10 +10,6 @@
 namespace nocta::test {
 namespace {
 
-const Ramps natural = warmRamps(6500, 1.0);
-const Ramps focus = warmRamps(5000, 0.9);
-const Ramps dusk = warmRamps(3400, 0.8);
-const Ramps sleep = warmRamps(1900, 0.5);
 const Ramps cinema = warmRamps(4000, 1.0);
 const Ramps custom = warmRamps(3000, 0.6);
 

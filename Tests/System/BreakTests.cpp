@@ -176,7 +176,7 @@ TEST_F(DesktopWithBreaks, QuitDuringABreakTakesTheOverlayAlongAndGivesTheKeyboar
 }
 
 /// In kB. The sanitizer has an allocator of its own, which keeps what is freed.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef NOCTA_SANITIZED
 constexpr long allowedGrowth = 1'000'000;
 #else
 constexpr long allowedGrowth = 1024;

@@ -5,8 +5,6 @@
 namespace nocta::test {
 namespace {
 
-const Ramps dusk = warmRamps(3400, 0.8);
-
 class CrashingDesktop : public Desktop {
   protected:
     CrashingDesktop() { writeSettings("[General]\nactivePresetID=dusk\n"); }

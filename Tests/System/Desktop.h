@@ -41,6 +41,13 @@ inline Ramps warmRamps(double kelvin, double brightness) {
     return straightRamps(1.0, green, blue, brightness);
 }
 
+/// Those of presets.
+inline const Ramps natural = warmRamps(6500, 1.0);
+inline const Ramps focus = warmRamps(5000, 0.9);
+inline const Ramps dusk = warmRamps(3400, 0.8);
+inline const Ramps evening = warmRamps(2700, 0.7);
+inline const Ramps sleep = warmRamps(1900, 0.5);
+
 /// A person's session: an X server with three monitors of peculiar calibration, a bus, a home; and Nocta in it.
 class Desktop : public Home {
   protected:

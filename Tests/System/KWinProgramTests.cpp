@@ -29,9 +29,9 @@ constexpr Ending failedStart{.exitStatus = 1};
 constexpr std::chrono::seconds patience{40};
 
 /// A compositor with two white screens, a bus, a home; and Nocta in it.
-class KWinDesktop : public testing::Test {
+class KWinSession : public testing::Test {
   protected:
-    KWinDesktop() {
+    KWinSession() {
         std::filesystem::create_directory(home.path() / "runtime");
         std::filesystem::permissions(home.path() / "runtime", std::filesystem::perms::owner_all);
     }
@@ -80,7 +80,7 @@ class KWinDesktop : public testing::Test {
     TemporaryFolder home;
 };
 
-TEST_F(KWinDesktop, LaunchShowsTheSavedPresetAndTheEndGivesTheScreensBack) {
+TEST_F(KWinSession, LaunchShowsTheSavedPresetAndTheEndGivesTheScreensBack) {
     writeSettings("[General]\nactivePresetID=dusk\n");
     const auto nocta = start({"driven-nocta"});
     EXPECT_TRUE(become(3400, 0.8)) << nocta->errors();
@@ -90,7 +90,7 @@ TEST_F(KWinDesktop, LaunchShowsTheSavedPresetAndTheEndGivesTheScreensBack) {
     EXPECT_EQ(nocta->errors(), "");
 }
 
-TEST_F(KWinDesktop, AProgramThatIsKilledLeavesNoTint) {
+TEST_F(KWinSession, AProgramThatIsKilledLeavesNoTint) {
     writeSettings("[General]\nactivePresetID=sleep\n");
     const auto nocta = start({"driven-nocta"});
     ASSERT_TRUE(become(1900, 0.5)) << nocta->errors();
@@ -98,7 +98,7 @@ TEST_F(KWinDesktop, AProgramThatIsKilledLeavesNoTint) {
     EXPECT_TRUE(becomeTheirOwn());
 }
 
-TEST_F(KWinDesktop, FollowsThePresetsAlsoOnAScreenThatIsSwitchedOn) {
+TEST_F(KWinSession, FollowsThePresetsAlsoOnAScreenThatIsSwitchedOn) {
     switchOutput(kwin.socket(), 1, false);
     const auto nocta = start({"driven-nocta"});
     nocta->write("preset evening\n");
@@ -112,7 +112,7 @@ TEST_F(KWinDesktop, FollowsThePresetsAlsoOnAScreenThatIsSwitchedOn) {
     EXPECT_TRUE(becomeTheirOwn());
 }
 
-TEST_F(KWinDesktop, DimsThePopoverTooAndTakesNoClick) {
+TEST_F(KWinSession, DimsThePopoverTooAndTakesNoClick) {
     writeSettings("[General]\nactivePresetID=sleep\n");
     const auto nocta = start({"driven-nocta"});
     ASSERT_TRUE(become(1900, 0.5)) << nocta->errors();
@@ -138,7 +138,7 @@ TEST_F(KWinDesktop, DimsThePopoverTooAndTakesNoClick) {
         patience));
 }
 
-TEST_F(KWinDesktop, EndsWithAnErrorWhenTheCompositorGoesAway) {
+TEST_F(KWinSession, EndsWithAnErrorWhenTheCompositorGoesAway) {
     writeSettings("[General]\nactivePresetID=dusk\n");
     const auto nocta = start({"driven-nocta"});
     ASSERT_TRUE(become(3400, 0.8)) << nocta->errors();

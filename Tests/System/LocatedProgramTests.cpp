@@ -12,9 +12,6 @@ namespace {
 
 using std::chrono::minutes;
 
-const Ramps sleep = warmRamps(1900, 0.5);
-const Ramps natural = warmRamps(6500, 1.0);
-
 /// A desktop whose clocks show noon when the test starts, at the place on the equator where the sun agrees, with
 /// GeoClue to tell so. The manual times say otherwise: that the sun does not rise before ten hours from now.
 class LocatedDesktop : public Desktop {

@@ -8,13 +8,9 @@
 namespace nocta::test {
 namespace {
 
-const Ramps dusk = warmRamps(3400, 0.8);
-const Ramps evening = warmRamps(2700, 0.7);
-const Ramps neutral = warmRamps(6500, 1.0);
-
 TEST_F(Desktop, FirstLaunchShowsNaturalAndWritesNoSettings) {
     const auto nocta = startNocta();
-    EXPECT_TRUE(everyDisplayBecomes(neutral));
+    EXPECT_TRUE(everyDisplayBecomes(natural));
     EXPECT_FALSE(std::filesystem::exists(settingsFile()));
 }
 
@@ -81,9 +77,9 @@ TEST_F(Desktop, AnEndWithThePopoverOpenGivesTheKeyboardBack) {
 
 TEST_F(Desktop, QuitDuringAFadeStopsItAndGivesTheCalibrationBack) {
     const auto nocta = startDrivenNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     nocta->write("preset sleep\n");
-    ASSERT_TRUE(eventually([this] { return !everyDisplayShows(neutral); }));
+    ASSERT_TRUE(eventually([this] { return !everyDisplayShows(natural); }));
     nocta->write("quit\n");
     EXPECT_EQ(nocta->waitForEnd(), cleanExit);
     EXPECT_TRUE(isCalibrated());
@@ -92,7 +88,7 @@ TEST_F(Desktop, QuitDuringAFadeStopsItAndGivesTheCalibrationBack) {
 
 TEST_F(Desktop, QuitLeavesNoGuardBehind) {
     const auto nocta = startDrivenNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     const auto guards = nocta->children("nocta-guard");
     ASSERT_EQ(guards.size(), 1U);
     nocta->write("quit\n");
@@ -102,7 +98,7 @@ TEST_F(Desktop, QuitLeavesNoGuardBehind) {
 
 TEST_F(Desktop, AFadeIsSeenByAnotherClientAsFramesFromStartToTarget) {
     const auto nocta = startDrivenNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     const auto display = displays.active().front();
     nocta->write("preset evening\n"); // 2 s: 60 frames
     std::vector<Ramps> frames{displays.ramps(display)};
@@ -113,7 +109,7 @@ TEST_F(Desktop, AFadeIsSeenByAnotherClientAsFramesFromStartToTarget) {
         }
         return frames.back() == evening;
     }));
-    EXPECT_EQ(frames.front(), neutral);
+    EXPECT_EQ(frames.front(), natural);
     EXPECT_LE(frames.size(), 61U);
     EXPECT_GT(frames.size(), 30U) << "at least every other frame of a busy machine";
     // Green and blue end lower: every frame lies below the one before.
@@ -129,7 +125,7 @@ TEST_F(Desktop, SwitchingTheFilterOffFadesToNeutralAndOnAgainBack) {
     const auto nocta = startDrivenNocta();
     ASSERT_TRUE(everyDisplayBecomes(dusk));
     nocta->write("filter off\n");
-    EXPECT_TRUE(everyDisplayBecomes(neutral));
+    EXPECT_TRUE(everyDisplayBecomes(natural));
     nocta->write("filter on\n");
     EXPECT_TRUE(everyDisplayBecomes(dusk));
 }
@@ -149,9 +145,9 @@ TEST_F(Desktop, ResetGivesTheCalibrationBackAndTheNextChangeTintsAgain) {
 TEST_F(Desktop, AMonitorPluggedInTakesPartInARunningFade) {
     displays.setMode(2, std::nullopt);
     const auto nocta = startDrivenNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     nocta->write("preset evening\n");
-    ASSERT_TRUE(eventually([this] { return !everyDisplayShows(neutral); }));
+    ASSERT_TRUE(eventually([this] { return !everyDisplayShows(natural); }));
     displays.setMode(2, 0);
     EXPECT_TRUE(eventually([this] { return displays.active().size() == 3 && everyDisplayShows(evening); }));
     nocta->signal(SIGTERM);
@@ -163,7 +159,7 @@ TEST_F(Desktop, AMonitorThatChangesItsModeKeepsTheFilter) {
     writeSettings("[General]\nactivePresetID=dusk\n");
     const auto nocta = startNocta();
     ASSERT_TRUE(everyDisplayBecomes(dusk));
-    displays.setRamps(displays.active().at(1), neutral);
+    displays.setRamps(displays.active().at(1), natural);
     displays.setMode(1, 1);
     EXPECT_TRUE(everyDisplayBecomes(dusk));
     nocta->signal(SIGTERM);
@@ -173,7 +169,7 @@ TEST_F(Desktop, AMonitorThatChangesItsModeKeepsTheFilter) {
 
 TEST_F(Desktop, EverySettingIsInTheFileAsSoonAsOneChanges) {
     const auto nocta = startDrivenNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     nocta->write("preset dusk\n");
     ASSERT_TRUE(eventually([this] { return settings().find("activePresetID=dusk\n") != std::string::npos; }));
     for (const char* key :
@@ -212,14 +208,14 @@ TEST_P(DesktopWithDamagedSettings, StartsWithWhatCouldBeReadAndSavesAgain) {
 INSTANTIATE_TEST_SUITE_P(
     Each, DesktopWithDamagedSettings,
     testing::Values(
-        DamagedSettings{"Empty", "", neutral},
+        DamagedSettings{"Empty", "", natural},
         DamagedSettings{"CutOff", "[General]\nactivePresetID=dusk\nbreaksEnab", dusk},
         DamagedSettings{"CutOffInTheProfiles", "[General]\nactivePresetID=dusk\nappProfiles=\"@ByteArray({\\\"a", dusk},
         DamagedSettings{"Binary",
                         std::string("\x7f"
                                     "ELF\0\1\2\xff\xfe\0[=\n\r=]\0",
                                     17),
-                        neutral},
+                        natural},
         DamagedSettings{"UndecodableProfiles", "[General]\nactivePresetID=dusk\nappProfiles=@ByteArray({[)\n", dusk},
         DamagedSettings{"WrongTypes",
                         "[General]\nactivePresetID=dusk\ncustomTemp=warm\nbreaksEnabled=maybe\nmanualSunrise=a, b\n"
@@ -240,7 +236,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(Desktop, AFolderInThePlaceOfTheSettingsFileHarmsNothing) {
     std::filesystem::create_directories(settingsFile());
     const auto nocta = startDrivenNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     nocta->write("preset dusk\n");
     EXPECT_TRUE(everyDisplayBecomes(dusk));
     nocta->write("quit\n");
@@ -291,7 +287,7 @@ TEST_F(DesktopOnAFailingDisk, AnUnreadableFileHarmsNothing) {
     Process nocta({"setpriv", "--bounding-set", "-dac_override,-dac_read_search", "--inh-caps",
                    "-dac_override,-dac_read_search", programFolder() / "driven-nocta"},
                   environment());
-    ASSERT_TRUE(everyDisplayBecomes(neutral)) << nocta.errors();
+    ASSERT_TRUE(everyDisplayBecomes(natural)) << nocta.errors();
     nocta.write("preset evening\n");
     EXPECT_TRUE(everyDisplayBecomes(evening));
     nocta.write("quit\n");
@@ -300,7 +296,7 @@ TEST_F(DesktopOnAFailingDisk, AnUnreadableFileHarmsNothing) {
 
 TEST_F(Desktop, TenThousandProfilesAreSavedAndLoaded) {
     auto nocta = startDrivenNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     nocta->write("profiles 10000\n");
     ASSERT_TRUE(eventually([this] { return settings().find("org.example.Application9999") != std::string::npos; }));
     nocta->write("preset dusk\nquit\n");
@@ -332,7 +328,7 @@ TEST_F(Desktop, WithoutADisplayServerItSaysSoInOneLineAndTouchesNothing) {
 
 TEST_F(Desktop, EndsWithAnErrorWhenTheDisplayServerGoesAway) {
     const auto nocta = startNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     const auto guards = nocta->children("nocta-guard");
     ASSERT_EQ(guards.size(), 1U);
     xServer.kill();
@@ -369,7 +365,7 @@ TEST_F(Desktop, ADeadOwnerDoesNotBlockAStart) {
 
 TEST_F(Desktop, AFrozenOwnerEndsASecondLaunchWithAnError) {
     const auto first = startNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     first->signal(SIGSTOP);
     const auto second = startNocta();
     EXPECT_EQ(second->waitForEnd(), failedStart);
@@ -396,7 +392,7 @@ TEST_F(DesktopWithoutBus, ASecondLaunchSaysSoInOneLineAndFails) {
 
 TEST_F(DesktopWithoutBus, AKilledNoctaDoesNotBlockTheNext) {
     const auto first = startNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     first->signal(SIGKILL);
     first->waitForEnd();
     const auto second = startNocta();
@@ -415,7 +411,7 @@ TEST_F(Desktop, OnAnotherBusButTheSameDisplayServerItDoesNotFightTheFirst) {
 
 TEST_F(Desktop, ABusThatGoesAwayEndsNothing) {
     const auto nocta = startDrivenNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     bus.kill();
     nocta->write("preset dusk\n");
     EXPECT_TRUE(everyDisplayBecomes(dusk));

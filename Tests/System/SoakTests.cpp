@@ -109,7 +109,7 @@ class PersonsDays : public Desktop, protected Hands {
 
 /// In kB, of about a hundred openings: what allocators keep for the next time comes and goes. The sanitizer has one of
 /// its own, which keeps what is freed.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef NOCTA_SANITIZED
 constexpr long allowedGrowth = 1'000'000;
 #else
 constexpr long allowedGrowth = 2048;

@@ -15,10 +15,6 @@
 namespace nocta::test {
 namespace {
 
-const Ramps natural = warmRamps(6500, 1.0);
-const Ramps dusk = warmRamps(3400, 0.8);
-const Ramps sleep = warmRamps(1900, 0.5);
-
 /// A person at a whole desktop: window manager, panel, notifications; and Nocta, which they use with mouse and keyboard
 /// alone.
 class PersonsDay : public Desktop, protected Hands {

@@ -16,6 +16,12 @@
 
 namespace nocta::test {
 
+/// Those of presets.
+inline const Tint natural = warmTint(6500, 1.0);
+inline const Tint focus = warmTint(5000, 0.9);
+inline const Tint dusk = warmTint(3400, 0.8);
+inline const Tint evening = warmTint(2700, 0.7);
+
 /// A person's session on a compositor with two screens and gamma tables, a bus, a home.
 class WaylandSession : public Home {
   protected:

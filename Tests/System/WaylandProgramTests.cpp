@@ -12,10 +12,6 @@
 namespace nocta::test {
 namespace {
 
-const Tint dusk = warmTint(3400, 0.8);
-const Tint evening = warmTint(2700, 0.7);
-const Tint neutral = warmTint(6500, 1.0);
-
 constexpr Ending cleanExit{.exitStatus = 0};
 constexpr Ending failedStart{.exitStatus = 1};
 
@@ -63,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(Signals, WaylandDesktopEndedBy,
 
 TEST_P(WaylandDesktop, FadesAndGivesItsOwnBackOnQuit) {
     const auto nocta = startDrivenNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     nocta->write("preset evening\n");
     EXPECT_TRUE(everyDisplayBecomes(evening));
     nocta->write("reset\n");
@@ -144,13 +140,13 @@ TEST_P(WaylandDesktopWithoutGammaControl, EverythingButTheFilterRuns) {
 TEST_P(WaylandDesktop, AStaleXServerDoesNotConfuseIt) {
     setenv("DISPLAY", ":4095", 1);
     const auto nocta = startNocta();
-    EXPECT_TRUE(everyDisplayBecomes(neutral)) << nocta->errors();
+    EXPECT_TRUE(everyDisplayBecomes(natural)) << nocta->errors();
     unsetenv("DISPLAY");
 }
 
 TEST_P(WaylandDesktop, EndsWithAnErrorWhenTheCompositorGoesAway) {
     const auto nocta = startNocta();
-    ASSERT_TRUE(everyDisplayBecomes(neutral));
+    ASSERT_TRUE(everyDisplayBecomes(natural));
     compositor->kill();
     EXPECT_EQ(nocta->waitForEnd(), failedStart);
     EXPECT_EQ(nocta->errors(), "nocta: the display server went away\n");
@@ -179,7 +175,7 @@ TEST_P(WaylandDesktop, WithoutABusASecondLaunchOnTheSameCompositorIsRefused) {
     auto alone = environment();
     alone.emplace_back("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
     Process first({programFolder() / "nocta"}, alone);
-    ASSERT_TRUE(everyDisplayBecomes(neutral)) << first.errors();
+    ASSERT_TRUE(everyDisplayBecomes(natural)) << first.errors();
     Process second({programFolder() / "nocta"}, alone);
     EXPECT_EQ(second.waitForEnd(), failedStart);
     EXPECT_EQ(second.errors(), "nocta: another Nocta is running on this display server\n");

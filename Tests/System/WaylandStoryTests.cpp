@@ -14,11 +14,6 @@
 namespace nocta::test {
 namespace {
 
-const Tint neutral = warmTint(6500, 1.0);
-const Tint focus = warmTint(5000, 0.9);
-const Tint dusk = warmTint(3400, 0.8);
-const Tint evening = warmTint(2700, 0.7);
-
 /// The colour of the eye in the panel at the temperature of dusk, as on dark panels.
 constexpr std::uint32_t orange = 0xFF9F0A;
 
@@ -37,7 +32,7 @@ class PersonsSwayDay : public WaylandPerson {
 
 TEST_P(PersonsWaylandDay, TheFirstLaunchGreetsAndQuitGivesTheScreenBack) {
     launch();
-    EXPECT_TRUE(everyDisplayBecomes(neutral));
+    EXPECT_TRUE(everyDisplayBecomes(natural));
     EXPECT_TRUE(place("Natural, 6500K")) << "the presets";
     EXPECT_FALSE(std::filesystem::exists(settingsFile())) << "nothing was changed yet";
     EXPECT_TRUE(clickUntil("Quit Nocta", [this] { return !nocta->isRunning(); }))

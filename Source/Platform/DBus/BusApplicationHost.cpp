@@ -16,8 +16,8 @@ namespace nocta {
 
 namespace {
 
-const QString serviceName = QStringLiteral("org.nocta.Nocta");
-const QString objectPath = QStringLiteral("/org/nocta/Nocta");
+const QString noctaName = QStringLiteral("org.nocta.Nocta");
+const QString noctaPath = QStringLiteral("/org/nocta/Nocta");
 const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
 const QString introspectableInterface = QStringLiteral("org.freedesktop.DBus.Introspectable");
 
@@ -33,8 +33,7 @@ bool activateOther(const QDBusConnection& bus) {
     if (qEnvironmentVariableIsSet("DESKTOP_STARTUP_ID")) {
         platformData[QStringLiteral("desktop-startup-id")] = qEnvironmentVariable("DESKTOP_STARTUP_ID");
     }
-    auto call =
-        QDBusMessage::createMethodCall(serviceName, objectPath, applicationInterface, QStringLiteral("Activate"));
+    auto call = QDBusMessage::createMethodCall(noctaName, noctaPath, applicationInterface, QStringLiteral("Activate"));
     call << platformData;
     return bus.call(call, QDBus::Block, activationTimeoutMilliseconds).type() == QDBusMessage::ReplyMessage;
 }
@@ -50,7 +49,7 @@ class BusApplicationHost::RemoteObject final : public QDBusVirtualObject {
     QPointer<QDBusVirtualObject> other;
 
     [[nodiscard]] QString introspect(const QString& path) const override {
-        if (path != objectPath) {
+        if (path != noctaPath) {
             return {};
         }
         const auto own = QStringLiteral(R"(<interface name="org.freedesktop.Application">
@@ -72,7 +71,7 @@ class BusApplicationHost::RemoteObject final : public QDBusVirtualObject {
     }
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
-        if (message.path() != objectPath) {
+        if (message.path() != noctaPath) {
             return false;
         }
         if (message.interface() == introspectableInterface) {
@@ -124,8 +123,8 @@ BusApplicationHost::BusApplicationHost() = default;
 BusApplicationHost::~BusApplicationHost() {
     if (object) {
         auto bus = QDBusConnection::sessionBus();
-        bus.unregisterService(serviceName);
-        bus.unregisterObject(objectPath, QDBusConnection::UnregisterTree);
+        bus.unregisterService(noctaName);
+        bus.unregisterObject(noctaPath, QDBusConnection::UnregisterTree);
     }
 }
 
@@ -139,11 +138,11 @@ ApplicationHost::Claim BusApplicationHost::claim(std::function<void()> onActivat
     }
     // The object first: whoever sees the name may call at once.
     object = std::make_unique<RemoteObject>(std::move(onActivate));
-    bus.registerVirtualObject(objectPath, object.get(), QDBusConnection::SubPath);
+    bus.registerVirtualObject(noctaPath, object.get(), QDBusConnection::SubPath);
     // Twice: an owner that ends while it is being asked leaves the name to us.
     for (int attempt = 0; attempt < 2; ++attempt) {
         const auto registration = bus.interface()->registerService(
-            serviceName, QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::DontAllowReplacement);
+            noctaName, QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::DontAllowReplacement);
         if (!registration.isValid()) {
             return Claim::unavailable;
         }

@@ -1,5 +1,7 @@
 #include "Platform/DBus/DBusMenu.h"
 
+#include "Platform/Bus/BusNames.h"
+
 #include <functional>
 
 #include <QCoreApplication>
@@ -13,7 +15,6 @@ namespace nocta {
 namespace {
 
 const QString menuInterface = QStringLiteral("com.canonical.dbusmenu");
-const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 
 /// The layout never changes.
 constexpr uint revision = 1;

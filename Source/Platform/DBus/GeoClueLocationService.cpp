@@ -1,5 +1,6 @@
 #include "Platform/DBus/GeoClueLocationService.h"
 
+#include "Platform/Bus/BusNames.h"
 #include "Platform/Bus/SignalReceiver.h"
 #include "Platform/DBus/SystemBusConnection.h"
 
@@ -23,12 +24,11 @@ namespace nocta {
 
 namespace {
 
-const QString serviceName = QStringLiteral("org.freedesktop.GeoClue2");
+const QString geoClueName = QStringLiteral("org.freedesktop.GeoClue2");
 const QString managerPath = QStringLiteral("/org/freedesktop/GeoClue2/Manager");
 const QString managerInterface = QStringLiteral("org.freedesktop.GeoClue2.Manager");
 const QString clientInterface = QStringLiteral("org.freedesktop.GeoClue2.Client");
 const QString locationInterface = QStringLiteral("org.freedesktop.GeoClue2.Location");
-const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 const QString locationUpdated = QStringLiteral("LocationUpdated");
 
 /// GClueAccuracyLevel.
@@ -102,7 +102,7 @@ class GeoClueLocationService::Client {
         if (clientPath.isEmpty()) {
             return;
         }
-        serviceWatcher.removeWatchedService(serviceName);
+        serviceWatcher.removeWatchedService(geoClueName);
         updates.ignore(systemBus.bus(), clientPath, clientInterface, locationUpdated);
         auto message = call(std::exchange(clientPath, {}), clientInterface, QStringLiteral("Stop"));
         message.setAutoStartService(false); // one that is gone has stopped
@@ -115,7 +115,7 @@ class GeoClueLocationService::Client {
   private:
     static QDBusMessage call(const QString& path, const QString& interface, const QString& member,
                              const QVariantList& arguments = {}) {
-        auto message = QDBusMessage::createMethodCall(serviceName, path, interface, member);
+        auto message = QDBusMessage::createMethodCall(geoClueName, path, interface, member);
         message.setArguments(arguments);
         return message;
     }
@@ -156,7 +156,7 @@ class GeoClueLocationService::Client {
         auto question = QDBusMessage::createMethodCall(
             QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
             QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetNameOwner"));
-        question << serviceName;
+        question << geoClueName;
         ask(question, QStringLiteral("s"), [this, path](const QDBusMessage& answer) {
             service = answer.arguments().constFirst().toString();
             clientPath = path;
@@ -167,7 +167,7 @@ class GeoClueLocationService::Client {
     void startClient() {
         auto& bus = systemBus.bus();
         serviceWatcher.setConnection(bus);
-        serviceWatcher.addWatchedService(serviceName);
+        serviceWatcher.addWatchedService(geoClueName);
         updates.listen(bus, clientPath, clientInterface, locationUpdated);
         // What these are answered does not matter: without them the start fails.
         bus.send(setProperty(QStringLiteral("DesktopId"), QStringLiteral("org.nocta.Nocta")));

@@ -1,5 +1,6 @@
 #include "Platform/DBus/LoginSystemEvents.h"
 
+#include "Platform/Bus/BusNames.h"
 #include "Platform/Bus/SignalReceiver.h"
 #include "Platform/DBus/SystemBusConnection.h"
 #include "Platform/SuspendMeter.h"
@@ -14,11 +15,10 @@ namespace nocta {
 
 namespace {
 
-const QString serviceName = QStringLiteral("org.freedesktop.login1");
-const QString managerPath = QStringLiteral("/org/freedesktop/login1");
-const QString managerInterface = QStringLiteral("org.freedesktop.login1.Manager");
+const QString loginName = QStringLiteral("org.freedesktop.login1");
+const QString loginPath = QStringLiteral("/org/freedesktop/login1");
+const QString loginInterface = QStringLiteral("org.freedesktop.login1.Manager");
 const QString sessionInterface = QStringLiteral("org.freedesktop.login1.Session");
-const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 
 } // namespace
 
@@ -36,9 +36,8 @@ class LoginSystemEvents::Listener {
 
   private:
     void listen() {
-        sleeps.listen(systemBus.bus(), managerPath, managerInterface, QStringLiteral("PrepareForSleep"));
-        auto call =
-            QDBusMessage::createMethodCall(serviceName, managerPath, managerInterface, QStringLiteral("GetSession"));
+        sleeps.listen(systemBus.bus(), loginPath, loginInterface, QStringLiteral("PrepareForSleep"));
+        auto call = QDBusMessage::createMethodCall(loginName, loginPath, loginInterface, QStringLiteral("GetSession"));
         call << qEnvironmentVariable("XDG_SESSION_ID", QStringLiteral("auto"));
         auto* watcher = new QDBusPendingCallWatcher(systemBus.bus().asyncCall(call), &context);
         QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &context, [this, watcher] {

@@ -1,5 +1,6 @@
 #include "Platform/DBus/NotifierStatusItem.h"
 
+#include "Platform/Bus/BusNames.h"
 #include "Platform/Bus/SessionBusName.h"
 #include "Platform/Bus/SignalReceiver.h"
 #include "Platform/DBus/DBusMenu.h"
@@ -29,7 +30,6 @@ const QString itemInterface = QStringLiteral("org.kde.StatusNotifierItem");
 const QString menuPath = QStringLiteral("/MenuBar");
 const QString watcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
-const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 const QString busService = QStringLiteral("org.freedesktop.DBus");
 const QString busPath = QStringLiteral("/org/freedesktop/DBus");
 

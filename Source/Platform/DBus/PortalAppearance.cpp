@@ -2,6 +2,7 @@
 
 #include "Platform/Bus/SessionBusName.h"
 #include "Platform/Bus/SignalReceiver.h"
+#include "Platform/DBus/PortalNames.h"
 
 #include <map>
 #include <utility>
@@ -20,8 +21,6 @@ namespace nocta {
 
 namespace {
 
-const QString serviceName = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString objectPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
 
 const QString portalNamespace = QStringLiteral("org.freedesktop.appearance");
@@ -45,9 +44,9 @@ class PortalAppearance::Settings {
             return;
         }
         auto bus = QDBusConnection::sessionBus();
-        changes.listen(bus, objectPath, settingsInterface, QStringLiteral("SettingChanged"));
+        changes.listen(bus, portalPath, settingsInterface, QStringLiteral("SettingChanged"));
         watcher.setConnection(bus);
-        watcher.addWatchedService(serviceName);
+        watcher.addWatchedService(portalName);
         QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, &context, [this, bus] { read(bus); });
         read(bus);
     }
@@ -64,7 +63,7 @@ class PortalAppearance::Settings {
     /// Asks for everything at once: the portal leaves out what it does not know.
     void read(const QDBusConnection& bus) {
         auto call =
-            QDBusMessage::createMethodCall(serviceName, objectPath, settingsInterface, QStringLiteral("ReadAll"));
+            QDBusMessage::createMethodCall(portalName, portalPath, settingsInterface, QStringLiteral("ReadAll"));
         call << QStringList{portalNamespace, gnomeNamespace, kdeNamespace};
         auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(call), &context);
         QObject::connect(answer, &QDBusPendingCallWatcher::finished, &context, [this, answer] {

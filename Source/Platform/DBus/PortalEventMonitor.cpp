@@ -2,6 +2,7 @@
 
 #include "Platform/Bus/SessionBusName.h"
 #include "Platform/Bus/SignalReceiver.h"
+#include "Platform/DBus/PortalNames.h"
 #include "Platform/KeyMonitors.h"
 
 #include <utility>
@@ -21,15 +22,13 @@ namespace nocta {
 
 namespace {
 
-const QString serviceName = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString objectPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString shortcutsInterface = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
 const QString requestInterface = QStringLiteral("org.freedesktop.portal.Request");
 const QString sessionInterface = QStringLiteral("org.freedesktop.portal.Session");
 const QString shortcutName = QStringLiteral("cycle-preset");
 
 QDBusMessage method(const QString& name) {
-    return QDBusMessage::createMethodCall(serviceName, objectPath, shortcutsInterface, name);
+    return QDBusMessage::createMethodCall(portalName, portalPath, shortcutsInterface, name);
 }
 
 /// A shortcut as the portal takes it.
@@ -69,9 +68,9 @@ class PortalEventMonitor::Shortcut {
             return;
         }
         auto bus = QDBusConnection::sessionBus();
-        activations.listen(bus, objectPath, shortcutsInterface, QStringLiteral("Activated"));
+        activations.listen(bus, portalPath, shortcutsInterface, QStringLiteral("Activated"));
         watcher.setConnection(bus);
-        watcher.addWatchedService(serviceName);
+        watcher.addWatchedService(portalName);
         QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, &context, [this] { createSession(); });
         createSession();
     }
@@ -79,10 +78,10 @@ class PortalEventMonitor::Shortcut {
     void end() {
         auto bus = QDBusConnection::sessionBus();
         watcher.disconnect(&context);
-        activations.ignore(bus, objectPath, shortcutsInterface, QStringLiteral("Activated"));
+        activations.ignore(bus, portalPath, shortcutsInterface, QStringLiteral("Activated"));
         forgetRequest();
         if (!session.isEmpty()) {
-            bus.send(QDBusMessage::createMethodCall(serviceName, session, sessionInterface, QStringLiteral("Close")));
+            bus.send(QDBusMessage::createMethodCall(portalName, session, sessionInterface, QStringLiteral("Close")));
         }
         session.clear();
     }
@@ -114,7 +113,7 @@ class PortalEventMonitor::Shortcut {
         ++requestCount;
         auto bus = QDBusConnection::sessionBus();
         auto sender = bus.baseService().mid(1);
-        request = objectPath + QStringLiteral("/request/") + sender.replace(QLatin1Char('.'), QLatin1Char('_')) +
+        request = portalPath + QStringLiteral("/request/") + sender.replace(QLatin1Char('.'), QLatin1Char('_')) +
                   QLatin1Char('/') + token();
         responses.listen(bus, request, requestInterface, QStringLiteral("Response"));
         return {{QStringLiteral("handle_token"), token()}};
@@ -177,8 +176,8 @@ bool PortalEventMonitor::isAvailable() const {
         return false;
     }
     const auto* const bus = QDBusConnection::sessionBus().interface();
-    return bus != nullptr && (bus->isServiceRegistered(serviceName).value() ||
-                              bus->activatableServiceNames().value().contains(serviceName));
+    return bus != nullptr && (bus->isServiceRegistered(portalName).value() ||
+                              bus->activatableServiceNames().value().contains(portalName));
 }
 
 std::unique_ptr<EventMonitorToken>

@@ -9,7 +9,7 @@ namespace nocta {
 
 namespace {
 
-constexpr std::size_t fileLimit = 65536;
+constexpr std::size_t processFileLimit = 65536;
 
 /// Whether `text` ends in a separator and a UUID.
 bool endsInUuid(std::string_view text) {
@@ -58,12 +58,12 @@ std::optional<std::string> snapOfGroup(std::string_view group) {
 
 std::optional<std::string> sandboxedApplication(pid_t process, const std::filesystem::path& processes) {
     const auto folder = processes / std::to_string(process);
-    if (const auto info = readSmallFile(folder / "root/.flatpak-info", fileLimit)) {
+    if (const auto info = readSmallFile(folder / "root/.flatpak-info", processFileLimit)) {
         if (auto id = flatpakApplication(*info)) {
             return id;
         }
     }
-    const auto groups = readSmallFile(folder / "cgroup", fileLimit);
+    const auto groups = readSmallFile(folder / "cgroup", processFileLimit);
     return groups ? snapApplication(*groups) : std::nullopt;
 }
 

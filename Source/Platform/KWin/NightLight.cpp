@@ -1,6 +1,7 @@
 #include "Platform/KWin/NightLight.h"
 
 #include "Platform/Bus/BusNameOwner.h"
+#include "Platform/Bus/BusNames.h"
 #include "Platform/Bus/SessionBusName.h"
 #include "Platform/KWin/NightTint.h"
 
@@ -17,8 +18,6 @@ namespace nocta {
 
 namespace {
 
-const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
-
 /// How long a KWin that is alive may take for an answer.
 constexpr int patience = 5000; // milliseconds
 
@@ -32,8 +31,8 @@ constexpr Seconds longestStep{3.0};
 
 /// Until KWin is asked for the second time in a row for what it goes astray from, and at most until any other: whoever
 /// else asks it for temperatures is not fought.
-constexpr Seconds firstRetry{1.0};
-constexpr Seconds rarestRetry{60.0};
+constexpr Seconds firstRepeat{1.0};
+constexpr Seconds rarestRepeat{60.0};
 constexpr Seconds calmTime{10.0};
 
 /// Where previews end, after fifteen seconds or, as KWin's timers go, up to a twentieth less.
@@ -335,7 +334,7 @@ void NightLight::askAgain() {
     arrival.reset();
     calm.reset();
     if (!again) {
-        again = loop.oneShot(std::exchange(retryDelay, std::clamp(2 * retryDelay, firstRetry, rarestRetry)),
+        again = loop.oneShot(std::exchange(retryDelay, std::clamp(2 * retryDelay, firstRepeat, rarestRepeat)),
                              [this] { ask(); });
     }
 }

@@ -1,6 +1,7 @@
 #include "Platform/X11/X11PopoverSurface.h"
 
 #include "Platform/X11/ManagedWindow.h"
+#include "Platform/X11/QtSynchronization.h"
 #include "Platform/X11/WorkArea.h"
 
 #include <array>
@@ -47,16 +48,6 @@ QScreen* screenOf(const Rectangle& anchor) {
         }
     }
     return nullptr;
-}
-
-/// Waits until the server has carried out what Qt has sent so far: its connection is another one than ours.
-void synchronizeQt() {
-    const auto* const application = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (application != nullptr) {
-        auto* const connection = application->connection();
-        const XReply<xcb_get_input_focus_reply_t> reply(
-            xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
-    }
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "Platform/X11/KeyboardKeeper.h"
 #include "Platform/X11/ManagedWindow.h"
 #include "Platform/X11/OverlayStacking.h"
+#include "Platform/X11/QtSynchronization.h"
 #include "Platform/X11/RandrScreens.h"
 #include "Platform/X11/XConnection.h"
 
@@ -48,17 +49,6 @@ std::optional<RandrScreen> screenToCover(const XConnection& server) {
         return *primary;
     }
     return all.empty() ? std::nullopt : std::optional(all.front());
-}
-
-/// Waits until the server has carried out what Qt has sent so far: its connection is another one than ours.
-void synchronizeQt() {
-    const auto* const application = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (application == nullptr) {
-        return;
-    }
-    auto* const connection = application->connection();
-    const XReply<xcb_get_input_focus_reply_t> reply(
-        xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
 }
 
 /// Ends a contest over the top of the stack or the keyboard with a program that answers every move of ours: after a few
