@@ -21,6 +21,9 @@
 #include <unistd.h>
 #include <wlr/backend/headless.h>
 #include <wlr/interfaces/wlr_output.h>
+#ifdef NOCTA_WLROOTS_TRANSFORMS_COLORS
+#include <wlr/render/color.h>
+#endif
 #include <wlr/types/wlr_gamma_control_v1.h>
 
 enum { most_outputs = 64, output_width = 1280, output_height = 800 };
@@ -49,7 +52,31 @@ static size_t gamma_size(struct wlr_output *output) {
     return size;
 }
 
-static void record(const struct wlr_output *output, const struct wlr_output_state *state) {
+#ifdef NOCTA_WLROOTS_TRANSFORMS_COLORS
+enum { state_gamma = WLR_OUTPUT_STATE_COLOR_TRANSFORM };
+
+static void write_table(FILE *file, const struct wlr_output_state *state, size_t size) {
+    for (size_t channel = 0; channel < 3 && state->color_transform != NULL; ++channel) {
+        for (size_t entry = 0; entry < size; ++entry) {
+            const float input = size > 1 ? (float)entry / (float)(size - 1) : 0;
+            const float colour[3] = {input, input, input};
+            float result[3];
+            wlr_color_transform_eval(state->color_transform, result, colour);
+            const uint16_t level = (uint16_t)(result[channel] * 65535.0F + 0.5F);
+            fwrite(&level, sizeof level, 1, file);
+        }
+    }
+}
+#else
+enum { state_gamma = WLR_OUTPUT_STATE_GAMMA_LUT };
+
+static void write_table(FILE *file, const struct wlr_output_state *state, size_t size) {
+    (void)size;
+    fwrite(state->gamma_lut, sizeof(uint16_t), 3 * state->gamma_lut_size, file);
+}
+#endif
+
+static void record(struct wlr_output *output, const struct wlr_output_state *state) {
     char path[512];
     char unfinished[520];
     snprintf(path, sizeof path, "%s/%s", folder(), output->name);
@@ -58,7 +85,7 @@ static void record(const struct wlr_output *output, const struct wlr_output_stat
     if (file == NULL) {
         return;
     }
-    fwrite(state->gamma_lut, sizeof(uint16_t), 3 * state->gamma_lut_size, file);
+    write_table(file, state, gamma_size(output));
     fclose(file);
     rename(unfinished, path);
 }
@@ -69,7 +96,7 @@ static bool (*test_headless)(struct wlr_output *output, const struct wlr_output_
 
 static struct wlr_output_state without_gamma(const struct wlr_output_state *state) {
     struct wlr_output_state rest = *state;
-    rest.committed &= ~(uint32_t)WLR_OUTPUT_STATE_GAMMA_LUT;
+    rest.committed &= ~(uint32_t)state_gamma;
     return rest;
 }
 
@@ -81,7 +108,7 @@ static bool test(struct wlr_output *output, const struct wlr_output_state *state
 static bool commit(struct wlr_output *output, const struct wlr_output_state *state) {
     const struct wlr_output_state rest = without_gamma(state);
     const bool succeeded = commit_headless(output, &rest);
-    if (succeeded && (state->committed & WLR_OUTPUT_STATE_GAMMA_LUT) != 0) {
+    if (succeeded && (state->committed & state_gamma) != 0) {
         record(output, state);
     }
     return succeeded;
@@ -90,7 +117,7 @@ static bool commit(struct wlr_output *output, const struct wlr_output_state *sta
 static bool (*commit_headless)(struct wlr_output *output);
 
 static bool commit(struct wlr_output *output) {
-    const uint32_t ours = WLR_OUTPUT_STATE_GAMMA_LUT | WLR_OUTPUT_STATE_ENABLED;
+    const uint32_t ours = state_gamma | WLR_OUTPUT_STATE_ENABLED;
     const uint32_t taken = output->pending.committed & ours;
     output->pending.committed &= ~ours;
     const bool succeeded = commit_headless(output);
@@ -98,7 +125,7 @@ static bool commit(struct wlr_output *output) {
     if (succeeded && (taken & WLR_OUTPUT_STATE_ENABLED) != 0) {
         wlr_output_update_enabled(output, output->pending.enabled);
     }
-    if (succeeded && (taken & WLR_OUTPUT_STATE_GAMMA_LUT) != 0) {
+    if (succeeded && (taken & state_gamma) != 0) {
         record(output, &output->pending);
     }
     return succeeded;
