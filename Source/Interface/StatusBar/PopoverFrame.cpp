@@ -79,7 +79,7 @@ QImage arrowImage(const QColor& background, const QColor& edge, Side side, doubl
     case Side::top:
         break;
     case Side::bottom:
-        image = image.mirrored(false, true);
+        image = image.transformed(QTransform::fromScale(1, -1));
         break;
     case Side::left:
         image = image.transformed(QTransform().rotate(-90));
