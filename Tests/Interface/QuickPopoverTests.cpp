@@ -215,7 +215,7 @@ TEST_F(QuickPopoverTest, WhereThereIsLittleRoomItIsAsHighAsFits) {
 }
 
 TEST_F(QuickPopoverTest, WithACompositorItHasRoundedCornersAShadowAndAnArrow) {
-    test::Process picom({"picom", "--config", "/dev/null"});
+    test::Process picom({"picom", "--backend", "xrender", "--config", "/dev/null"});
     const auto selection = server.atom("_NET_WM_CM_S0");
     ASSERT_TRUE(application.runUntil([&] {
         const XReply<xcb_get_selection_owner_reply_t> owner(

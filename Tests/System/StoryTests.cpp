@@ -125,7 +125,7 @@ TEST_F(PersonsDay, TheSelectedTabIsStillSelectedAtTheNextOpening) {
 }
 
 TEST_F(PersonsDay, WhereWindowsBlendATabLeavesNothingOfTheOneBefore) {
-    Process picom({"picom", "--config", "/dev/null"}, environment());
+    Process picom({"picom", "--backend", "xrender", "--config", "/dev/null"}, environment());
     const auto isComposited = [this] {
         const auto& server = windows.server();
         const XReply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
