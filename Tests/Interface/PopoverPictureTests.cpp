@@ -1,5 +1,5 @@
-// The whole popover as people see it, beside the pictures of the documentation; what is below its header in more states
-// is the tabs' own affair.
+// The whole popover, beside pictures of it and those of the documentation; what is below its header in more states is
+// the tabs' own affair.
 
 #include "Core/AppState.h"
 #include "Core/FreshPlatform.h"
@@ -11,6 +11,7 @@
 #include "Support/Process.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <ostream>
@@ -38,6 +39,7 @@ struct Look {
     std::string name; ///< of the picture
     PopoverTab tab = PopoverTab::presets;
     std::function<void()> prepare;
+    bool isDocumented = false; ///< under docs/pictures, too
 
     friend std::ostream& operator<<(std::ostream& stream, const Look& look) { return stream << look.name; }
 };
@@ -46,7 +48,7 @@ struct Look {
 const std::vector<Look>& looks() {
     using enum PopoverTab;
     static const std::vector<Look> all{
-        {"popover-presets", presets, [] { state().activePresetID = "evening"; }},
+        {"popover-presets", presets, [] { state().activePresetID = "evening"; }, true},
         {"popover-pale", presets, [] { state().activePresetID = "focus"; }},
         {"popover-off", presets, [] { state().filterEnabled = false; }},
         {"popover-custom", presets,
@@ -60,17 +62,20 @@ const std::vector<Look>& looks() {
          [] {
              state().activePresetID = "dusk";
              state().scheduleEnabled = true;
-         }},
+         },
+         true},
         {"popover-breaks", breaks,
          [] {
              state().activePresetID = "dusk";
              state().breaksEnabled = true;
-         }},
+         },
+         true},
         {"popover-stats", stats,
          [] {
              state().activePresetID = "sleep";
              state().exposureScore = 79;
-         }},
+         },
+         true},
     };
     return all;
 }
@@ -82,7 +87,7 @@ double difference(const QImage& seen, const QImage& documented) {
 
 class PopoverPicture : public testing::TestWithParam<std::tuple<Look, int>> {
   protected:
-    PopoverPicture() {
+    explicit PopoverPicture(Typeface typeface = Typeface::even) : conditions(scale(), typeface) {
         QGuiApplication::setFont(QFont(QStringLiteral("Inter")));
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
         world.appearance.setReducesMotion(true);
@@ -113,36 +118,73 @@ class PopoverPicture : public testing::TestWithParam<std::tuple<Look, int>> {
         return both;
     }
 
-    PictureConditions conditions{scale()};
+    PictureConditions conditions;
     OffscreenApplication application;
     SimulatedPlatform& world = freshPlatform();
     std::unique_ptr<PopoverModel> model;
 };
 
-TEST_P(PopoverPicture, IsAsInTheDocumentation) {
-    const auto name = QString::fromStdString(look().name) + (scale() == 1 ? "" : "-at-2") + ".png";
-    const auto documented =
-        QImage(QStringLiteral(NOCTA_PICTURES_FOLDER "/") + name).convertToFormat(QImage::Format_RGB32);
+QImage read(const std::filesystem::path& picture) {
+    return QImage(QString::fromStdString(picture)).convertToFormat(QImage::Format_RGB32);
+}
+
+TEST_P(PopoverPicture, IsAsPictured) {
+    const auto name = look().name + (scale() == 1 ? "" : "-at-2") + ".png";
+    const auto expected = read(std::filesystem::path(NOCTA_PICTURES_FOLDER) / name);
     constexpr double allowed = 0.002;
     const QImage seen = draw();
-    if (difference(seen, documented) > allowed) {
-        const auto file = QString::fromStdString(programFolder() / "") + name;
-        seen.save(file);
-        FAIL() << difference(seen, documented) << " of it differs; look at " << file.toStdString()
-               << ", and if it is right, put it into the documentation";
+    if (difference(seen, expected) > allowed) {
+        const auto file = programFolder() / name;
+        seen.save(QString::fromStdString(file));
+        FAIL() << difference(seen, expected) << " of it differs; look at " << file
+               << ", and if it is right, put it among the pictures";
     }
     // That a picture of something else would not pass.
     state().filterEnabled = !state().filterEnabled.get();
-    EXPECT_GT(difference(draw(), documented), allowed);
+    EXPECT_GT(difference(draw(), expected), allowed);
+}
+
+class DocumentedPopover : public PopoverPicture {
+  protected:
+    DocumentedPopover() : PopoverPicture(Typeface::inter) {}
+};
+
+TEST_P(DocumentedPopover, LooksAsInTheDocumentation) {
+    const auto name = look().name + ".png";
+    const auto documented = read(std::filesystem::path(NOCTA_DOCUMENTATION_FOLDER) / name);
+    const QImage seen = draw();
+    if (differenceFromAfar(seen, documented, Theme::shared().background().rgb()) > documentationMayDiffer) {
+        const auto file = programFolder() / ("documented-" + name);
+        seen.save(QString::fromStdString(file));
+        FAIL() << differenceFromAfar(seen, documented, Theme::shared().background().rgb()) << " of it differs; look at "
+               << file << ", and if it is right, put it into the documentation";
+    }
+    for (const Look& other : looks()) {
+        const auto picture = std::filesystem::path(NOCTA_DOCUMENTATION_FOLDER) / (other.name + ".png");
+        if (other.name != look().name && other.isDocumented) {
+            EXPECT_GT(differenceFromAfar(seen, read(picture), Theme::shared().background().rgb()),
+                      documentationMayDiffer)
+                << "nor is it " << other.name;
+        }
+    }
+}
+
+std::vector<Look> documentedLooks() {
+    auto documented = looks();
+    std::erase_if(documented, [](const Look& look) { return !look.isDocumented; });
+    return documented;
+}
+
+std::string testName(const testing::TestParamInfo<std::tuple<Look, int>>& info) {
+    std::string name = std::get<Look>(info.param).name + (std::get<int>(info.param) == 1 ? "" : "_at_2");
+    std::ranges::replace(name, '-', '_');
+    return name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, PopoverPicture, testing::Combine(testing::ValuesIn(looks()), testing::Values(1, 2)),
-                         [](const auto& test) {
-                             std::string name =
-                                 std::get<Look>(test.param).name + (std::get<int>(test.param) == 1 ? "" : "_at_2");
-                             std::ranges::replace(name, '-', '_');
-                             return name;
-                         });
+                         &testName);
+INSTANTIATE_TEST_SUITE_P(Each, DocumentedPopover,
+                         testing::Combine(testing::ValuesIn(documentedLooks()), testing::Values(1)), &testName);
 
 } // namespace
 } // namespace nocta::test

@@ -147,7 +147,7 @@ class TabPicture : public testing::TestWithParam<std::tuple<TabLook, ColorScheme
         const auto& [ignored, scheme, scale] = GetParam();
         return look.name + (scheme == ColorScheme::dark ? "-dark" : "-light") + (scale == 2 ? "-at-2" : "") + ".png";
     }
-    [[nodiscard]] static QImage documented(const TabLook& look) {
+    [[nodiscard]] static QImage pictured(const TabLook& look) {
         return QImage(QStringLiteral(NOCTA_PICTURES_FOLDER "/") + QString::fromStdString(fileName(look)))
             .convertToFormat(QImage::Format_RGB32);
     }
@@ -163,10 +163,10 @@ class TabPicture : public testing::TestWithParam<std::tuple<TabLook, ColorScheme
     std::unique_ptr<test::Scene> scene;
 };
 
-TEST_P(TabPicture, IsAsInTheDocumentation) {
+TEST_P(TabPicture, IsAsPictured) {
     show();
     const TabLook& look = std::get<TabLook>(GetParam());
-    const QImage expected = documented(look);
+    const QImage expected = pictured(look);
     constexpr double allowed = 0.005;
     const QDeadlineTimer deadline(std::chrono::seconds(10));
     QImage picture = seen();
@@ -178,11 +178,11 @@ TEST_P(TabPicture, IsAsInTheDocumentation) {
         const auto file = test::programFolder() / fileName(look);
         picture.save(QString::fromStdString(file.string()));
         FAIL() << difference(picture, expected) << " of what is drawn differs; look at " << file
-               << ", and if it is right, put it into the documentation";
+               << ", and if it is right, put it among the pictures";
     }
     for (const TabLook& other : looks) {
         if (other.name != look.name) {
-            EXPECT_GT(difference(picture, documented(other)), allowed) << "nor is it " << other.name;
+            EXPECT_GT(difference(picture, pictured(other)), allowed) << "nor is it " << other.name;
         }
     }
 }
