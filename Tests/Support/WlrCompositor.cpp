@@ -44,21 +44,46 @@ void letEverybodyRead(const std::filesystem::path& file) {
     std::filesystem::permissions(file, perms::owner_all | perms::group_read | perms::others_read);
 }
 
-/// A short visit to a compositor, of which it learns what there is. All its objects end with the connection.
-class Visit {
+/// A connection to a compositor and the objects on it, which end together.
+class OwnedConnection {
   public:
-    explicit Visit(const std::filesystem::path& socket) : display(wl_display_connect(socket.c_str())) {
+    explicit OwnedConnection(const std::filesystem::path& socket) : display(wl_display_connect(socket.c_str())) {
         if (display == nullptr) {
             throw std::runtime_error("the compositor does not listen");
         }
-        wl_registry_add_listener(wl_display_get_registry(display), &registryListener, this);
+    }
+    OwnedConnection(const OwnedConnection&) = delete;
+    OwnedConnection& operator=(const OwnedConnection&) = delete;
+    ~OwnedConnection() {
+        for (auto* const object : objects) {
+            wl_proxy_destroy(object);
+        }
+        wl_display_disconnect(display);
+    }
+
+    [[nodiscard]] wl_display* get() const { return display; }
+    /// Takes what is of a type of wayland-scanner's, and returns it.
+    template <class Object>
+    Object* own(Object* object) {
+        // The library's own wrappers do the same. NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast)
+        objects.push_back(reinterpret_cast<wl_proxy*>(object));
+        return object;
+    }
+
+  private:
+    wl_display* display;
+    std::vector<wl_proxy*> objects;
+};
+
+/// A short visit to a compositor, of which it learns what there is.
+class Visit {
+  public:
+    explicit Visit(const std::filesystem::path& socket) : connection(socket) {
+        wl_registry_add_listener(connection.own(wl_display_get_registry(connection.get())), &registryListener, this);
         // What is bound in the first answers in the second.
         synchronize();
         synchronize();
     }
-    Visit(const Visit&) = delete;
-    Visit& operator=(const Visit&) = delete;
-    ~Visit() { wl_display_disconnect(display); }
 
     [[nodiscard]] std::vector<std::string> outputs() const { return {names.begin(), names.end()}; }
     [[nodiscard]] std::size_t windowCount() const { return windows.size(); }
@@ -85,12 +110,12 @@ class Visit {
     static const zwlr_foreign_toplevel_handle_v1_listener windowListener;
 
     void synchronize() const {
-        if (wl_display_roundtrip(display) < 0) {
+        if (wl_display_roundtrip(connection.get()) < 0) {
             throw std::runtime_error("the compositor does not answer");
         }
     }
 
-    wl_display* display;
+    OwnedConnection connection;
     wl_seat* seat = nullptr;
     std::list<std::string> names; ///< of outputs
     std::list<Window> windows;
@@ -124,6 +149,7 @@ const zwlr_foreign_toplevel_manager_v1_listener Visit::managerListener{
     .toplevel =
         [](void* data, zwlr_foreign_toplevel_manager_v1*, zwlr_foreign_toplevel_handle_v1* handle) {
             auto& visit = *static_cast<Visit*>(data);
+            visit.connection.own(handle);
             auto& window = visit.windows.emplace_back(Window{.visit = &visit, .handle = handle, .applicationId = {}});
             zwlr_foreign_toplevel_handle_v1_add_listener(handle, &windowListener, &window);
         },
@@ -136,14 +162,15 @@ const wl_registry_listener Visit::registryListener{
             const std::string_view kind(interface);
             if (kind == wl_output_interface.name) {
                 constexpr std::uint32_t withNames = 4;
-                auto* const output =
-                    static_cast<wl_output*>(wl_registry_bind(registry, name, &wl_output_interface, withNames));
+                auto* const output = visit.connection.own(
+                    static_cast<wl_output*>(wl_registry_bind(registry, name, &wl_output_interface, withNames)));
                 wl_output_add_listener(output, &outputListener, &visit.names.emplace_back());
             } else if (kind == wl_seat_interface.name) {
-                visit.seat = static_cast<wl_seat*>(wl_registry_bind(registry, name, &wl_seat_interface, 1));
+                visit.seat = visit.connection.own(
+                    static_cast<wl_seat*>(wl_registry_bind(registry, name, &wl_seat_interface, 1)));
             } else if (kind == zwlr_foreign_toplevel_manager_v1_interface.name) {
-                auto* const manager = static_cast<zwlr_foreign_toplevel_manager_v1*>(
-                    wl_registry_bind(registry, name, &zwlr_foreign_toplevel_manager_v1_interface, 3));
+                auto* const manager = visit.connection.own(static_cast<zwlr_foreign_toplevel_manager_v1*>(
+                    wl_registry_bind(registry, name, &zwlr_foreign_toplevel_manager_v1_interface, 3)));
                 zwlr_foreign_toplevel_manager_v1_add_listener(manager, &managerListener, &visit);
             }
         },
